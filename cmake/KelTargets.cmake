@@ -1,0 +1,53 @@
+# Every module is one static library that names what it may depend on. A header is included as "module/Header.h", and
+# that path exists only for targets that link the module: a wrong include does not compile.
+
+add_library(kel_options INTERFACE)
+target_compile_options(kel_options INTERFACE -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror)
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+  # GCC 12 takes inlined std::string code for overlapping or out-of-bounds accesses (GCC bugs 105329, 105651).
+  target_compile_options(kel_options INTERFACE -Wno-restrict)
+endif()
+if(KEL_SANITIZE)
+  add_compile_options(-fsanitize=${KEL_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  add_link_options(-fsanitize=${KEL_SANITIZE})
+endif()
+if(MINGW)
+  # Programs must run on a bare machine: no run-time DLLs beside them.
+  add_link_options(-static)
+endif()
+
+# kel_module(NAME DIR DEPENDS...): all .cpp files of DIR (not of its subfolders) as library kel_NAME.
+function(kel_module name dir)
+  file(GLOB sources CONFIGURE_DEPENDS ${dir}/*.cpp)
+  set(link_root ${CMAKE_BINARY_DIR}/include/${name})
+  file(MAKE_DIRECTORY ${link_root})
+  file(CREATE_LINK ${dir} ${link_root}/${name} SYMBOLIC)
+  if(sources)
+    add_library(kel_${name} STATIC ${sources})
+    target_include_directories(kel_${name} PUBLIC ${link_root})
+    target_link_libraries(kel_${name} PUBLIC ${ARGN} PRIVATE kel_options)
+  else()
+    add_library(kel_${name} INTERFACE)
+    target_include_directories(kel_${name} INTERFACE ${link_root})
+    target_link_libraries(kel_${name} INTERFACE ${ARGN})
+  endif()
+endfunction()
+
+# kel_program(NAME DIR DEPENDS...): all .cpp files of DIR as program NAME.
+function(kel_program name dir)
+  file(GLOB sources CONFIGURE_DEPENDS ${dir}/*.cpp)
+  add_executable(${name} ${sources})
+  target_link_libraries(${name} PRIVATE ${ARGN} kel_options)
+endfunction()
+
+# kel_test(NAME DIR DEPENDS...): all .cpp files of DIR as one test program; each of its tests is a ctest test.
+function(kel_test name dir)
+  file(GLOB sources CONFIGURE_DEPENDS ${dir}/*.cpp)
+  if(NOT sources)
+    return()
+  endif()
+  add_executable(${name} ${sources})
+  target_link_libraries(${name} PRIVATE ${ARGN} kel_options GTest::gtest GTest::gmock GTest::gtest_main)
+  gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 120 TEST_PREFIX "${name}." PROPERTIES TIMEOUT
+                                                                                                            300)
+endfunction()

@@ -1,0 +1,9 @@
+# The -posix compilers: the default ones have no std::mutex and no std::thread.
+set(CMAKE_CXX_COMPILER ${KEL_TRIPLE}-g++-posix)
+set(CMAKE_C_COMPILER ${KEL_TRIPLE}-gcc-posix)
+set(CMAKE_RC_COMPILER ${KEL_TRIPLE}-windres)
+set(CMAKE_FIND_ROOT_PATH /usr/${KEL_TRIPLE})
+set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
+set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
+set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
+set(CMAKE_CROSSCOMPILING_EMULATOR ${CMAKE_CURRENT_LIST_DIR}/../scripts/wine-run)

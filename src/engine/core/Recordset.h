@@ -1,0 +1,104 @@
+// Tables in memory that are saved to files: rows, filters and saving, with the meaning of the recordset service.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "core/Value.h"
+
+namespace kel {
+
+/// Column types by the service's numbers.
+enum class FieldType : std::uint16_t {
+    Integer = 3,    ///< adInteger, 32-bit
+    SmallInt = 2,   ///< adSmallInt, 16-bit
+    Date = 7,       ///< adDate
+    Boolean = 11,   ///< adBoolean
+    Numeric = 131,  ///< adNumeric
+    VarChar = 200,  ///< adVarChar, with a maximum length in characters
+};
+
+/// One column.
+struct FieldDefinition {
+    std::string name;
+    FieldType type = FieldType::VarChar;
+    std::uint32_t size = 0;  ///< characters for VarChar, otherwise 0
+};
+
+/// A table whose rows lie in memory. Failures are RuntimeErrors: 3704 when it is closed, 3705 when it is open, 3021
+/// without a current row, 3265 for an unknown column, 3001 for a filter that can't be understood, 53 for a missing
+/// file, 58 for a save to a path that exists, 13 and 6 for a value that does not fit its column. Text longer than its
+/// column is an error 3001, not a cut: writers cut.
+///
+/// A row that AddNew began is pending until Update, another AddNew, a move or a filter commits it; Save writes
+/// committed rows only. Setting a filter goes to the first row that it lets through.
+class Recordset {
+public:
+    Recordset();
+    ~Recordset();
+    Recordset(const Recordset&) = delete;
+    Recordset& operator=(const Recordset&) = delete;
+
+    /// Defines a column of a table that is not open yet.
+    void AppendField(std::string_view name, FieldType type, std::uint32_t size = 0);
+    /// Opens the defined columns as an empty, writable table.
+    void Open();
+    /// Loads a saved table whole. A damaged or foreign file is an error 3709 that names the file.
+    void Open(std::string_view path);
+    void Close();
+    [[nodiscard]] bool IsOpen() const noexcept;
+    /// Writes all committed rows, whatever the filter says. `path` empty: to where it was opened from or last saved.
+    void Save(std::string_view path = {});
+
+    /// Restricts the rows; the empty text lets all through.
+    void SetFilter(std::string_view filter);
+    [[nodiscard]] const std::string& Filter() const;
+
+    [[nodiscard]] bool Eof() const;
+    [[nodiscard]] bool Bof() const;
+    void MoveFirst();
+    void MoveLast();
+    void MoveNext();
+    /// Rows that the filter lets through.
+    [[nodiscard]] std::int32_t RecordCount() const;
+
+    [[nodiscard]] std::size_t FieldCount() const;
+    [[nodiscard]] const FieldDefinition& Field(std::size_t position) const;
+
+    /// The column's value in the current row.
+    [[nodiscard]] Value Get(std::size_t position) const;
+    [[nodiscard]] Value Get(std::string_view name) const;
+    void Set(std::size_t position, const Value& value);
+    void Set(std::string_view name, const Value& value);
+
+    void AddNew();
+    void Update();
+    /// Deletes the current row; the position stays on it until a move, and reads fail meanwhile.
+    void Delete();
+
+    /// For loaders of large tables: the committed rows of one column in order, without moving the current row.
+    /// Reads cost no allocation. Row numbers count from 0 and ignore the filter.
+    class Column {
+    public:
+        virtual ~Column() = default;
+        [[nodiscard]] virtual bool IsNull(std::size_t row) const = 0;
+        /// Only for Integer, SmallInt and Boolean columns, not null.
+        [[nodiscard]] virtual std::int32_t Number(std::size_t row) const = 0;
+        /// Only for VarChar columns, not null. In the machine's code page; valid until the next call.
+        [[nodiscard]] virtual std::string_view Text(std::size_t row) const = 0;
+        /// Sixteen bytes when the column is stored as packed lower-case hexadecimal digests, else null.
+        [[nodiscard]] virtual const std::uint8_t* Digest(std::size_t row) const = 0;
+    };
+    [[nodiscard]] std::size_t RowCount() const;
+    [[nodiscard]] std::unique_ptr<Column> ReadColumn(std::size_t position) const;
+
+private:
+    struct Impl;
+    std::unique_ptr<Impl> impl_;
+};
+
+}  // namespace kel

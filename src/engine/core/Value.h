@@ -1,0 +1,45 @@
+// What a column of a recordset or a registry read may hold.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <variant>
+
+#include "platform/Clock.h"
+
+namespace kel {
+
+using platform::Date;
+
+struct Null {
+    friend bool operator==(const Null&, const Null&) = default;
+};
+struct Empty {
+    friend bool operator==(const Empty&, const Empty&) = default;
+};
+
+/// A value of any of the types that the engine meets.
+using Value = std::variant<Empty, Null, bool, std::int32_t, double, Date, std::string>;
+
+[[nodiscard]] inline bool IsNull(const Value& value) {
+    return std::holds_alternative<Null>(value);
+}
+[[nodiscard]] inline bool IsEmpty(const Value& value) {
+    return std::holds_alternative<Empty>(value);
+}
+
+/// Conversions with the run time's rules: 94 for Null, 13 for text that is no number or Boolean, 6 when it does not
+/// fit.
+std::string ToText(const Value& value);
+std::int32_t ToLong(const Value& value);
+std::int16_t ToInteger(const Value& value);
+bool ToBoolean(const Value& value);
+double ToDouble(const Value& value);
+Date ToDate(const Value& value);
+
+/// A date by the platform's locale, and back. ParseDate raises 13 for text that is none.
+std::string DateText(Date date);
+std::string ShortDateText(Date date);
+Date ParseDate(const std::string& text);
+
+}  // namespace kel

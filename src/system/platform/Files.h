@@ -1,0 +1,149 @@
+// Files, folders and drives: one operation for each call of the platform that the engine uses.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "platform/Result.h"
+
+namespace kel::platform {
+
+/// Attribute bits of files and folders.
+enum Attribute : std::uint32_t {
+    AttributeReadOnly = 1,
+    AttributeHidden = 2,
+    AttributeSystem = 4,
+    AttributeDirectory = 16,
+    AttributeArchive = 32,
+    AttributeNormal = 128,
+    AttributeReparsePoint = 1024,
+};
+
+/// What GetDriveTypeA answers.
+enum class DriveKind : std::uint32_t {
+    Unknown = 0,
+    NoRoot = 1,
+    Removable = 2,
+    Fixed = 3,
+    Remote = 4,
+    CdRom = 5,
+    RamDisk = 6
+};
+
+/// 100-nanosecond intervals since 1601-01-01 UTC; 0 means unknown.
+using FileTime = std::uint64_t;
+
+/// One entry of an enumeration.
+struct FindData {
+    std::uint32_t attributes = 0;
+    std::uint64_t size = 0;
+    FileTime creation = 0;
+    FileTime lastAccess = 0;
+    FileTime lastWrite = 0;
+    std::string name;           ///< name without its folder
+    std::string alternateName;  ///< 8.3 name, empty where there is none
+};
+
+/// An enumeration that FindFirst began. Closed by its destructor.
+class Find {
+public:
+    virtual ~Find() = default;
+    /// Fills `entry` with the next match. SysError::NoMoreFiles at the end.
+    virtual SysError Next(FindData& entry) = 0;
+};
+
+/// An open file with a position. Closed by its destructor.
+class OpenFile {
+public:
+    virtual ~OpenFile() = default;
+    /// Reads at the position, at most `into.size()` bytes. 0 at the end of the file.
+    virtual Result<std::size_t> Read(std::span<std::byte> into) = 0;
+    /// Writes all of `from` at the position; a short write is an error (SysError::DiskFull).
+    virtual SysError Write(std::span<const std::byte> from) = 0;
+    /// Moves the position, in bytes from the start.
+    virtual SysError Seek(std::uint64_t position) = 0;
+    /// Size of the file in bytes.
+    virtual Result<std::uint64_t> Size() = 0;
+    /// Puts everything written on the medium (FlushFileBuffers, fsync).
+    virtual SysError Flush() = 0;
+};
+
+/// A file's bytes, read-only, valid as long as this object lives. The file may be shared and must not shrink.
+class FileView {
+public:
+    virtual ~FileView() = default;
+    [[nodiscard]] virtual std::span<const std::byte> Bytes() const = 0;
+};
+
+enum class OpenMode {
+    Read,       ///< existing file; others may read and write it meanwhile
+    ReadWrite,  ///< existing file, or a new empty one; position 0
+    Create,     ///< new empty file; an existing one is emptied
+    CreateNew,  ///< new empty file; SysError::FileExists if there is one
+    Append,     ///< existing file, or a new empty one; every write goes to the end
+};
+
+/// File access. Paths are Windows paths in the machine's code page: `C:\folder\name`; `/` is no separator. A relative
+/// path is taken from the current folder. Doubled backslashes inside a path are single ones. Never throws.
+class Files {
+public:
+    virtual ~Files() = default;
+
+    /// PathFileExistsA: true for a file and for a folder.
+    virtual bool PathExists(std::string_view path) = 0;
+    /// PathIsDirectoryA: 16 for a folder, 0 otherwise.
+    virtual int PathIsDirectory(std::string_view path) = 0;
+    /// GetFileAttributesA.
+    virtual Result<std::uint32_t> Attributes(std::string_view path) = 0;
+    /// SetFileAttributesA. The directory bit is ignored.
+    virtual SysError SetAttributes(std::string_view path, std::uint32_t attributes) = 0;
+
+    /// FindFirstFileA: `pattern` is a path whose last component may hold `*` and `?`; `*.*` matches every name. Long
+    /// and alternate names are both tried. `.` and `..` are enumerated first, as the platform does, except in a
+    /// drive's root. Order: that of the file system on Windows; offline by name, folded, so that two runs agree.
+    /// SysError::FileNotFound when nothing matches, PathNotFound when the folder is not there.
+    virtual Result<std::unique_ptr<Find>> FindFirst(std::string_view pattern, FindData& first) = 0;
+
+    /// DeleteFileA. AccessDenied for a folder, a read-only file, a running program; SharingViolation when in use.
+    virtual SysError Remove(std::string_view path) = 0;
+    /// MoveFileA: files and, on one drive, folders. AlreadyExists when the destination is there.
+    virtual SysError Rename(std::string_view from, std::string_view to) = 0;
+    /// CreateDirectoryA.
+    virtual SysError MakeFolder(std::string_view path) = 0;
+    /// RemoveDirectoryA. DirNotEmpty, AccessDenied when read-only.
+    virtual SysError RemoveFolder(std::string_view path) = 0;
+
+    /// CreateFileA.
+    virtual Result<std::unique_ptr<OpenFile>> Open(std::string_view path, OpenMode mode) = 0;
+    /// The whole file as one read-only block: mapped where the platform can, else read. An empty file is a view of
+    /// no bytes.
+    virtual Result<std::unique_ptr<FileView>> View(std::string_view path) = 0;
+    /// Size in bytes. AccessDenied for a folder.
+    virtual Result<std::uint64_t> Length(std::string_view path) = 0;
+
+    /// GetLongPathNameA. FileNotFound when it is not there.
+    virtual Result<std::string> LongPath(std::string_view path) = 0;
+    /// GetShortPathNameA. FileNotFound when it is not there.
+    virtual Result<std::string> ShortPath(std::string_view path) = 0;
+
+    /// GetLogicalDriveStringsA, one root (`C:\`) an entry, in the order of the letters.
+    virtual std::vector<std::string> LogicalDrives() = 0;
+    /// GetDriveTypeA on a root.
+    virtual DriveKind DriveType(std::string_view root) = 0;
+
+    /// PathMatchSpecW: `spec` is a pattern or a list of patterns with `;`; blanks before a pattern are skipped; case
+    /// does not count; `*.*` matches every name. An empty pattern matches nothing.
+    virtual bool MatchSpec(std::string_view name, std::string_view spec) = 0;
+
+    /// The process's current folder, without a trailing backslash except at a root.
+    virtual std::string CurrentFolder() = 0;
+    /// SetCurrentDirectoryA.
+    virtual SysError SetCurrentFolder(std::string_view path) = 0;
+};
+
+}  // namespace kel::platform
