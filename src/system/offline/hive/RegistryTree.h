@@ -42,6 +42,10 @@ public:
     /// FILETIME of the last write.
     [[nodiscard]] virtual std::uint64_t LastWritten(KeyId key) const = 0;
 
+    /// Whether the key stands for another one, which its value `SymbolicLinkValue` (type 6) names as UTF-16 without a
+    /// terminator, from `\Registry\` on.
+    [[nodiscard]] virtual bool IsLink(KeyId key) const;
+
     [[nodiscard]] virtual std::uint32_t ValueCount(KeyId key) const = 0;
     /// NoMoreItems behind the last.
     [[nodiscard]] virtual platform::Result<TreeValue> ValueAt(KeyId key, std::uint32_t index) const = 0;
@@ -59,11 +63,22 @@ public:
 
     /// Whether something changed since the file was read or committed.
     [[nodiscard]] virtual bool Changed() const = 0;
+    /// The part of Commit that takes space and time: the new file is written beside the old one and flushed, and the
+    /// old one is untouched. Several trees are prepared first and then committed, so that all change or none. A tree
+    /// that can't be split does nothing here.
+    virtual platform::SysError Prepare() { return platform::SysError::Success; }
+    /// Takes back what Prepare did; the changes stay in memory.
+    virtual void Abandon() {}
     /// Writes the file whole: temporary file, fsync, rename, attributes carried over. Refused when the file on disk is
     /// not the one that was read. Nothing is written when nothing changed.
     virtual platform::SysError Commit() = 0;
     /// Goes back to what the file holds.
     virtual void Discard() = 0;
 };
+
+inline bool RegistryTree::IsLink(KeyId key) const {
+    const auto target = FindValue(key, u"SymbolicLinkValue");
+    return target.Ok() && target->type == 6;
+}
 
 }  // namespace kel::offline
