@@ -4,6 +4,9 @@
 #include <array>
 #include <cstdint>
 #include <string>
+#include <string_view>
+
+#include "platform/Result.h"
 
 namespace kel::platform {
 
@@ -31,6 +34,10 @@ public:
     virtual std::string DateText(Date date) = 0;
     /// "Short Date" under the machine's locale. Offline `M/D/YYYY`.
     virtual std::string ShortDateText(Date date) = 0;
+    /// The date that a text names under the machine's locale. SysError::InvalidData for a text that is none. What is
+    /// implemented here are the en-US forms: `M/D/YYYY`, `YYYY-M-D` (with `/` or `-`; years 0 to 29 are 2000 to 2029,
+    /// 30 to 99 are 1930 to 1999), `h:MM[:SS][ AM/PM]`, or a date, blanks and a time.
+    virtual Result<Date> ParseDate(std::string_view text);
 
     /// CoCreateGuid.
     virtual Guid NewGuid() = 0;
