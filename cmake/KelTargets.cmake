@@ -2,6 +2,7 @@
 # that path exists only for targets that link the module: a wrong include does not compile.
 
 add_library(kel_options INTERFACE)
+target_compile_definitions(kel_options INTERFACE KEL_VERSION="${PROJECT_VERSION}")
 target_compile_options(kel_options INTERFACE -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror)
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
   # GCC 12 takes inlined std::string code for overlapping or out-of-bounds accesses (GCC bugs 105329, 105651).

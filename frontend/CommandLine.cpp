@@ -1,0 +1,64 @@
+#include "frontend/CommandLine.h"
+
+#include <CLI/CLI.hpp>
+
+#include "frontend/ExitCodes.h"
+#include "frontend/ScanCommand.h"
+#include "frontend/ScanOptions.h"
+
+namespace kel::frontend {
+
+namespace {
+
+constexpr const char* Footer =
+    "Exit codes: 0 nothing found, 1 threats found, 2 the scan could not be completed, 64 usage, 66 no such machine or "
+    "data";
+
+void AddScanOptions(CLI::App& command, ScanOptions& options) {
+    for (const OptionRow& row : ScanOptionTable()) {
+        if (*row.argument == '\0') {
+            command.add_flag_callback(
+                row.name, [&options, &row] { row.apply(options, {}); }, row.help);
+            continue;
+        }
+        const auto apply = [&options, &row](const std::vector<std::string>& values) {
+            for (const std::string& value : values) {
+                if (const auto problem = row.apply(options, value)) {
+                    throw CLI::ValidationError(row.name, *problem);
+                }
+            }
+        };
+        CLI::Option* option = command.add_option_function<std::vector<std::string>>(row.name, apply, row.help);
+        option->type_name(row.argument);
+        option->expected(1);
+        option->multi_option_policy(row.repeatable ? CLI::MultiOptionPolicy::TakeAll
+                                                   : CLI::MultiOptionPolicy::TakeLast);
+    }
+}
+
+}  // namespace
+
+int Run(int argc, char** argv) {
+    CLI::App app{"Anti-spyware engine: scans a Windows machine, live on Windows or offline on Linux", "ombrelane"};
+    app.footer(Footer);
+    app.require_subcommand(1);
+    app.set_version_flag("--version", std::string("ombrelane ") + KEL_VERSION);
+
+    ScanOptions scan;
+    CLI::App* scanCommand = app.add_subcommand("scan", "Scan a machine and report the threats on it");
+    scanCommand->footer(Footer);
+    AddScanOptions(*scanCommand, scan);
+
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& error) {
+        return app.exit(error) == 0 ? static_cast<int>(ExitClean) : static_cast<int>(ExitUsage);
+    }
+    if (const auto problem = CheckScanOptions(scan)) {
+        std::fprintf(stderr, "ombrelane scan: %s\nRun with --help for more information.\n", problem->c_str());
+        return ExitUsage;
+    }
+    return RunScan(scan);
+}
+
+}  // namespace kel::frontend

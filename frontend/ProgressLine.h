@@ -1,0 +1,34 @@
+// One line on a terminal that tells where a scan is.
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <cstdio>
+#include <string>
+#include <string_view>
+
+namespace kel::frontend {
+
+/// Redrawn at most ten times a second; wiped by its destructor, or by Clear before something else is printed.
+class ProgressLine {
+public:
+    /// `out` stays the caller's. Does nothing when not enabled.
+    ProgressLine(std::FILE* out, bool enabled) : out_(out), enabled_(enabled) {}
+    ~ProgressLine() { Clear(); }
+    ProgressLine(const ProgressLine&) = delete;
+    ProgressLine& operator=(const ProgressLine&) = delete;
+
+    void Show(std::string_view stage, std::int64_t count, std::string_view location);
+    void Clear();
+
+private:
+    using Clock = std::chrono::steady_clock;
+
+    std::FILE* out_;
+    bool enabled_;
+    bool drawn_ = false;
+    Clock::time_point began_ = Clock::now();
+    Clock::time_point last_{};
+};
+
+}  // namespace kel::frontend

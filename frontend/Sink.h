@@ -1,0 +1,58 @@
+// What a scan has to say, apart from how it is shown.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace kel::frontend {
+
+struct StartRecord {
+    std::string scanId;
+    std::string machine;  ///< as it was named, "live" for the running machine
+    std::vector<std::string> targets;
+    std::string depth;
+    std::string dataVersion;
+    std::vector<std::string> notAvailable;  ///< stages that this machine can't have
+};
+
+struct FindingRecord {
+    std::int32_t threat = 0;
+    std::string name;
+    std::string category;
+    std::int32_t level = 0;
+    std::string levelName;
+    std::string kind;  ///< file, folder, registry, cookie or custom
+    std::string location;
+    std::string md5;  ///< files only
+    std::int16_t optionLevel = 0;
+};
+
+struct ErrorRecord {
+    std::string kind;  ///< "engine": a line of errors.log; "unreadable": something that could not be looked at
+    std::string message;
+    std::string location;  ///< unreadable only
+};
+
+struct SummaryRecord {
+    bool complete = false;    ///< the scan ran to its end with all its tables
+    std::string abortReason;  ///< empty when it was not aborted
+    std::int64_t threats = 0;
+    std::int64_t locations = 0;
+    std::int64_t files = 0;       ///< locations that the scan named
+    std::int64_t errors = 0;      ///< failures of the engine
+    std::int64_t unreadable = 0;  ///< files and folders that could not be read
+    double seconds = 0;
+};
+
+/// One way of showing. Records come in the order start, findings and errors, summary.
+class Sink {
+public:
+    virtual ~Sink() = default;
+    virtual void Start(const StartRecord& record) = 0;
+    virtual void Finding(const FindingRecord& record) = 0;
+    virtual void Error(const ErrorRecord& record) = 0;
+    virtual void Summary(const SummaryRecord& record) = 0;
+};
+
+}  // namespace kel::frontend

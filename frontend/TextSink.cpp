@@ -1,0 +1,100 @@
+#include "frontend/TextSink.h"
+
+#include "platform/Platform.h"
+
+namespace kel::frontend {
+
+namespace {
+
+constexpr const char* Bold = "\x1b[1m";
+constexpr const char* Red = "\x1b[1;31m";
+constexpr const char* Yellow = "\x1b[33m";
+constexpr const char* Green = "\x1b[32m";
+constexpr const char* Plain = "";
+
+// Control characters in a name must not steer the terminal.
+std::string Shown(const std::string& text) {
+    std::string shown = platform::Current().text->ToUtf8(text);
+    for (char& c : shown) {
+        if (static_cast<unsigned char>(c) < 32 || c == 127) {
+            c = '?';
+        }
+    }
+    return shown;
+}
+
+std::string Counted(std::int64_t count, const char* one, const char* many) {
+    return std::to_string(count) + " " + (count == 1 ? one : many);
+}
+
+std::string Joined(const std::vector<std::string>& words) {
+    std::string text;
+    for (const std::string& word : words) {
+        text += (text.empty() ? "" : ", ") + Shown(word);
+    }
+    return text;
+}
+
+}  // namespace
+
+void TextSink::Print(const char* code, const std::string& text) {
+    const bool coloured = colour_ && *code != '\0';
+    std::fprintf(out_, "%s%s%s\n", coloured ? code : "", text.c_str(), coloured ? "\x1b[0m" : "");
+}
+
+void TextSink::Start(const StartRecord& record) {
+    Print(Plain, "Scanning " + Joined(record.targets) + " of " + Shown(record.machine) + ", depth " + record.depth +
+                     ", signature data " + Shown(record.dataVersion));
+    if (!record.notAvailable.empty()) {
+        Print(Plain, "Not available on this machine: " + Joined(record.notAvailable));
+    }
+}
+
+void TextSink::Finding(const FindingRecord& record) {
+    auto& list = findings_[record.threat];
+    if (list.empty()) {
+        order_.push_back(record.threat);
+    }
+    list.push_back(record);
+}
+
+void TextSink::Error(const ErrorRecord& record) {
+    std::fprintf(err_, "ombrelane: %s%s%s\n", Shown(record.location).c_str(), record.location.empty() ? "" : ": ",
+                 Shown(record.message).c_str());
+}
+
+void TextSink::Summary(const SummaryRecord& record) {
+    for (const std::int32_t threat : order_) {
+        const auto& list = findings_[threat];
+        const FindingRecord& first = list.front();
+        Print(Plain, "");
+        Print(Red, Shown(first.name) + "  (threat " + std::to_string(threat) + ")");
+        Print(Plain, "  " + Shown(first.category) + ", risk " + Shown(first.levelName));
+        for (const FindingRecord& finding : list) {
+            Print(Plain, "  " + finding.kind + std::string(10 - finding.kind.size(), ' ') + Shown(finding.location));
+        }
+    }
+    Print(Plain, "");
+    const bool clean = record.threats == 0;
+    Print(clean ? (record.complete && record.unreadable == 0 ? Green : Yellow) : Bold,
+          clean ? std::string("No threats found")
+                : Counted(record.threats, "threat", "threats") + " found in " +
+                      Counted(record.locations, "location", "locations"));
+    char time[32];
+    std::snprintf(time, sizeof time, "%.1f", record.seconds);
+    Print(Plain, Counted(record.files, "location", "locations") + " scanned in " + time + " s");
+    if (record.unreadable > 0) {
+        Print(Yellow, Counted(record.unreadable, "file or folder", "files and folders") + " could not be read");
+    }
+    if (record.errors > 0) {
+        Print(Yellow, Counted(record.errors, "failure", "failures") + " reported in errors.log");
+    }
+    if (!record.abortReason.empty()) {
+        Print(Yellow, "The scan was aborted: " + Shown(record.abortReason));
+    } else if (!record.complete) {
+        Print(Yellow, "The scan is not complete");
+    }
+    std::fflush(out_);
+}
+
+}  // namespace kel::frontend

@@ -1,0 +1,31 @@
+// A scan for people: what could not be done at once, the findings by threat at the end.
+#pragma once
+
+#include <cstdio>
+#include <map>
+#include <vector>
+
+#include "frontend/Sink.h"
+
+namespace kel::frontend {
+
+class TextSink : public Sink {
+public:
+    /// Findings and summary go to `out`, diagnostics to `err`; both stay the caller's.
+    TextSink(std::FILE* out, std::FILE* err, bool colour) : out_(out), err_(err), colour_(colour) {}
+    void Start(const StartRecord& record) override;
+    void Finding(const FindingRecord& record) override;
+    void Error(const ErrorRecord& record) override;
+    void Summary(const SummaryRecord& record) override;
+
+private:
+    void Print(const char* code, const std::string& text);
+
+    std::FILE* out_;
+    std::FILE* err_;
+    bool colour_;
+    std::vector<std::int32_t> order_;
+    std::map<std::int32_t, std::vector<FindingRecord>> findings_;
+};
+
+}  // namespace kel::frontend
