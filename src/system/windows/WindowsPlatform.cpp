@@ -1,0 +1,61 @@
+#include "windows/WindowsPlatform.h"
+
+#include <windows.h>
+
+#include <utility>
+
+#include "windows/WindowsClock.h"
+#include "windows/WindowsFiles.h"
+#include "windows/WindowsMessageLoop.h"
+#include "windows/WindowsProcesses.h"
+#include "windows/WindowsRegistry.h"
+#include "windows/WindowsRights.h"
+#include "windows/WindowsShell.h"
+#include "windows/WindowsSystemInfo.h"
+#include "windows/WindowsText.h"
+#include "windows/WindowsVersions.h"
+
+namespace kel::windows {
+
+struct WindowsPlatform::Impl {
+    UINT errorMode = ::SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOOPENFILEERRORBOX);
+    WindowsFiles files;
+    WindowsRegistry registry;
+    WindowsProcesses processes;
+    WindowsRights rights;
+    WindowsVersions versions;
+    WindowsShell shell;
+    WindowsClock clock;
+    WindowsText text;
+    WindowsMessageLoop loop;
+    WindowsSystemInfo system;
+};
+
+WindowsPlatform::WindowsPlatform() : impl_(std::make_unique<Impl>()) {
+}
+
+WindowsPlatform::~WindowsPlatform() {
+    ::SetErrorMode(impl_->errorMode);
+}
+
+platform::Platform WindowsPlatform::View() {
+    platform::Platform view;
+    view.files = &impl_->files;
+    view.registry = &impl_->registry;
+    view.processes = &impl_->processes;
+    view.rights = &impl_->rights;
+    view.versions = &impl_->versions;
+    view.shell = &impl_->shell;
+    view.clock = &impl_->clock;
+    view.text = &impl_->text;
+    view.loop = &impl_->loop;
+    view.system = &impl_->system;
+    view.can = {.processes = true, .registry = true, .writable = true, .live = true};
+    return view;
+}
+
+void WindowsPlatform::OnYield(std::function<void()> function) {
+    impl_->loop.OnYield(std::move(function));
+}
+
+}  // namespace kel::windows
