@@ -2,6 +2,7 @@
 
 #include <string>
 
+#include "core/RuntimeError.h"
 #include "core/Text.h"
 #include "platform/Platform.h"
 
@@ -53,6 +54,41 @@ std::int32_t CreateFolderPath(std::string_view path) {
         ++end;
     }
     return FolderExists(bare) ? FolderPathMade : FolderPathFailed;
+}
+
+void RaiseFileError(platform::SysError error, std::string_view path, std::source_location where) {
+    using platform::SysError;
+    int number = ErrDeviceIo;
+    switch (error) {
+        case SysError::FileNotFound:
+            number = ErrFileNotFound;
+            break;
+        case SysError::PathNotFound:
+        case SysError::NotReady:
+            number = ErrPathNotFound;
+            break;
+        case SysError::FileExists:
+        case SysError::AlreadyExists:
+            number = ErrFileExists;
+            break;
+        case SysError::DiskFull:
+        case SysError::HandleDiskFull:
+            number = ErrDiskFull;
+            break;
+        case SysError::AccessDenied:
+        case SysError::SharingViolation:
+        case SysError::LockViolation:
+        case SysError::WriteProtect:
+            number = ErrPermissionDenied;
+            break;
+        case SysError::InvalidName:
+        case SysError::BadPathName:
+            number = ErrBadFileName;
+            break;
+        default:
+            break;
+    }
+    Raise(number, path, where);
 }
 
 }  // namespace kel::paths

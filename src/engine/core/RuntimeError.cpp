@@ -38,6 +38,7 @@ constexpr std::array Texts{
     ErrorText{ErrNotFound, "Item cannot be found in the collection corresponding to the requested name or ordinal."},
     ErrorText{ErrClosed, "Operation is not allowed when the object is closed."},
     ErrorText{ErrAlreadyOpen, "Operation is not allowed when the object is open."},
+    ErrorText{ErrDamagedTable, "The file is no table, or it is damaged"},
 };
 
 }  // namespace

@@ -33,6 +33,7 @@ enum RuntimeErrorNumber : int {
     ErrNotFound = 3265,
     ErrClosed = 3704,
     ErrAlreadyOpen = 3705,
+    ErrDamagedTable = 3709,
 };
 
 /// Number, text and place of a failure. Thrown inside the engine only: `Trap` and its kin at the edge of each

@@ -186,10 +186,14 @@ Date ToDate(const Value& value) {
         return ParseDate(*text);
     }
     const double days = ToDouble(value);
-    if (!(days > FirstDay - 1 && days < EndDay)) {
+    if (!IsDate(days)) {
         Raise(ErrOverflow);
     }
     return Date{days};
+}
+
+bool IsDate(double days) {
+    return days > FirstDay - 1 && days < EndDay;
 }
 
 std::string DateText(Date date) {

@@ -37,6 +37,9 @@ bool ToBoolean(const Value& value);
 double ToDouble(const Value& value);
 Date ToDate(const Value& value);
 
+/// Whether a number of days is within the dates that can be held: the years 100 to 9999.
+bool IsDate(double days);
+
 /// A date by the platform's locale, and back. ParseDate raises 13 for text that is none.
 std::string DateText(Date date);
 std::string ShortDateText(Date date);
