@@ -3,6 +3,8 @@
 
 #include <cstdint>
 
+#include "catalogue/modDataManager.h"
+
 namespace kel::modDataManager {
 
 /// File of the ignore list, in the user data folder.
@@ -31,12 +33,6 @@ bool InitializeScanHistoryData();
 [[nodiscard]] bool IsInitializedQuarantineData();
 /// Does nothing: the quarantine saves by itself.
 void PersistQuarantineData();
-
-/// Whether the loader's own cookie table is still open and has rows. It is dropped when the load ends, so the answer
-/// is false from then on.
-[[nodiscard]] bool IsInitializedScanData();
-/// Whether the loader's own threat table is still open, which it is only during a load, and the catalogue has entries.
-[[nodiscard]] bool IsInitializedThreatData();
 
 // What Manager.UnInititalize calls. Nothing is unloaded before the process ends: the data belong to all clients.
 void ReleaseIgnoredThreatsData();

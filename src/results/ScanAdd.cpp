@@ -1,0 +1,234 @@
+// How a finding becomes a detection.
+#include <utility>
+
+#include "catalogue/SignatureTable.h"
+#include "catalogue/ThreatLite.h"
+#include "catalogue/modThreats.h"
+#include "core/EngineState.h"
+#include "core/Failures.h"
+#include "core/Text.h"
+#include "results/Scan.h"
+#include "results/modIgnoredThreats.h"
+#include "system/modFiles.h"
+#include "system/modHelper.h"
+
+namespace kel {
+
+namespace {
+
+constexpr const char* Module = "Scan";
+constexpr const char* CustomText = "Threat detected";
+
+std::string KeyOf(std::int32_t threatID) {
+    return "ThreatID:" + Text(threatID);
+}
+
+// The tests for duplicates report nothing: what fails in them is no duplicate.
+template <class Test>
+bool Succeeds(Test&& test) {
+    bool answer = false;
+    ResumeNext([&] { answer = test(); });
+    return answer;
+}
+
+bool IsCookieSignature(std::string_view cookie, std::int16_t& level) {
+    const auto& table = State().CookieDataTable;
+    const auto hit = table ? table->Find(cookie) : std::nullopt;
+    level = hit ? hit->OptionalScan : std::int16_t{0};
+    return hit.has_value();
+}
+
+}  // namespace
+
+const std::shared_ptr<DetectedThreat>* Scan::Find(std::int32_t threatID) {
+    return std::as_const(*DetectedThreats()).Find(KeyOf(threatID));
+}
+
+bool Scan::DetectedThreatExists(std::int32_t threatID) {
+    return Succeeds([&] { return Find(threatID) != nullptr; });
+}
+
+DetectedThreat& Scan::FindOrCreate(enScanType scanType, std::int32_t threatID) {
+    if (!DetectedThreatExists(threatID)) {
+        const auto threat = std::make_shared<DetectedThreat>();
+        threat->ThreatID = threatID;
+        threat->ScanID = RequireCurrentScan()->ScanID;
+        threat->ScanType = scanType;
+        threat->OptionLevel = LastOptionalScan();
+        threat->Threat = modThreats::GetThreatLiteByThreatID(threatID);
+        DetectedThreats()->Add(threat, KeyOf(threatID));
+    }
+    return *DetectedThreats()->Item(KeyOf(threatID));
+}
+
+bool Scan::DetectedFileExists(std::int32_t threatID, std::string_view filePath) {
+    return Succeeds([&] {
+        if (filePath.empty() || !DetectedThreatExists(threatID)) {
+            return false;
+        }
+        for (const auto& location : *(*Find(threatID))->ThreatLocationFiles) {
+            if (EqualText(location->DetectedFilePath, filePath)) {
+                return true;
+            }
+        }
+        return false;
+    });
+}
+
+bool Scan::DetectedFolderExists(std::int32_t threatID, std::string_view folderPath) {
+    return Succeeds([&] {
+        if (folderPath.empty() || !DetectedThreatExists(threatID)) {
+            return false;
+        }
+        for (const auto& location : *(*Find(threatID))->ThreatLocationFolders) {
+            if (EqualText(location->DetectedFolderPath, folderPath)) {
+                return true;
+            }
+        }
+        return false;
+    });
+}
+
+bool Scan::DetectedRegKeyExists(std::int32_t threatID, platform::Hive regHive, std::string_view regKey,
+                                std::string_view regValueName, std::string_view regValueData) {
+    return Succeeds([&] {
+        if (regKey.empty() || !DetectedThreatExists(threatID)) {
+            return false;
+        }
+        // The stored texts are not put in lower case, so only a location stored in lower case refuses another.
+        const std::string key = LCase(regKey);
+        const std::string name = LCase(regValueName);
+        const std::string data = LCase(regValueData);
+        for (const auto& location : *(*Find(threatID))->ThreatLocationRegKeys) {
+            if (location->RegHive == regHive && location->Regkey == key && location->RegValueName == name &&
+                location->RegValueData == data) {
+                return true;
+            }
+        }
+        return false;
+    });
+}
+
+bool Scan::DetectedCustomExists(std::int32_t threatID, std::int32_t customID) {
+    return Succeeds([&] {
+        if (customID == 0 || !DetectedThreatExists(threatID)) {
+            return false;
+        }
+        for (const auto& location : *(*Find(threatID))->ThreatLocationCustoms) {
+            if (location->CustomID == customID) {
+                return true;
+            }
+        }
+        return false;
+    });
+}
+
+void Scan::AddDetectedThreatCookie(enScanType ScanType, std::int32_t ThreatID, std::string_view Cookie,
+                                   std::string_view FilePath) {
+    Trap(Module, "AddDetectedThreatCookie", [&] {
+        if (modIgnoredThreats::IsIgnoredThreatID(ThreatID)) {
+            return;
+        }
+        DetectedThreat& threat = FindOrCreate(ScanType, ThreatID);
+        const auto location = std::make_shared<ThreatLocationCookie>();
+        location->Cookie = Cookie;
+        location->DetectedFilePath = FilePath;
+        if (!IsCookieSignature(Cookie, location->OptionLevel)) {
+            Raise(State().CookieDataTable ? ErrInvalidProcedureCall : ErrObjectNotSet, Cookie);
+        }
+        threat.ThreatLocationCookies->Add(location);
+        EventThreatDetected(Cookie, ScanType, ThreatID);
+    });
+}
+
+void Scan::AddDetectedThreatFile(enScanType ScanType, std::int32_t ThreatID, std::string_view MD5,
+                                 std::string_view FilePath) {
+    Trap(Module, "AddDetectedThreatFile", [&] {
+        if (modIgnoredThreats::IsIgnoredThreatID(ThreatID)) {
+            return;
+        }
+        std::string path(FilePath);
+        if (InStr(path, "~") != 0) {
+            path = modFiles::LongPathFromShortPath(path);
+            if (InStr(path, "?") != 0) {
+                path = FilePath;
+            }
+        }
+        if (!modFiles::FileExists(path)) {
+            if (modFiles::FolderExists(path)) {
+                AddDetectedThreatFolder(ScanTypeFolder, ThreatID, path);
+            }
+            return;
+        }
+        if (DetectedFileExists(ThreatID, path)) {
+            return;
+        }
+        DetectedThreat& threat = FindOrCreate(ScanType, ThreatID);
+        const auto location = std::make_shared<ThreatLocationFile>();
+        location->MD5 = MD5;
+        location->DetectedFilePath = path;
+        location->OptionLevel = GetFileOptionLevel(MD5, path);
+        threat.ThreatLocationFiles->Add(location);
+        EventThreatDetected(path, ScanType, ThreatID);
+    });
+}
+
+void Scan::AddDetectedThreatFolder(enScanType ScanType, std::int32_t ThreatID, std::string_view FolderPath) {
+    Trap(Module, "AddDetectedThreatFolder", [&] {
+        if (modIgnoredThreats::IsIgnoredThreatID(ThreatID)) {
+            return;
+        }
+        std::string path(FolderPath);
+        if (InStr(path, "~") != 0) {
+            path = modFiles::LongPathFromShortPath(path);
+        }
+        if (DetectedFolderExists(ThreatID, path)) {
+            return;
+        }
+        DetectedThreat& threat = FindOrCreate(ScanType, ThreatID);
+        const auto location = std::make_shared<ThreatLocationFolder>();
+        location->DetectedFolderPath = path;
+        threat.ThreatLocationFolders->Add(location);
+        EventThreatDetected(path, ScanType, ThreatID);
+    });
+}
+
+void Scan::AddDetectedThreatRegKey(enScanType ScanType, std::int32_t ThreatID, platform::Hive RegHive,
+                                   std::string_view Regkey, std::string_view RegValueName,
+                                   std::string_view RegValueData, std::int16_t ScanLevel) {
+    Trap(Module, "AddDetectedThreatRegKey", [&] {
+        if (modIgnoredThreats::IsIgnoredThreatID(ThreatID) ||
+            DetectedRegKeyExists(ThreatID, RegHive, Regkey, RegValueName, RegValueData)) {
+            return;
+        }
+        DetectedThreat& threat = FindOrCreate(ScanType, ThreatID);
+        const auto location = std::make_shared<ThreatLocationRegKey>();
+        location->RegHive = RegHive;
+        location->Regkey = Regkey;
+        location->RegValueName = RegValueName;
+        location->RegValueData = RegValueData;
+        location->OptionLevel = ScanLevel;
+        threat.ThreatLocationRegKeys->Add(location);
+        EventThreatDetected(modHelper::GetRegistryHiveNameFromHive(RegHive) + "\\" + std::string(Regkey), ScanType,
+                            ThreatID);
+    });
+}
+
+void Scan::AddDetectedThreatCustom(enScanType ScanType, std::int32_t ThreatID,
+                                   std::shared_ptr<ThreatLocationCustom> oThreatLocationCustom) {
+    Trap(Module, "AddDetectedThreatCustom", [&] {
+        if (modIgnoredThreats::IsIgnoredThreatID(ThreatID)) {
+            return;
+        }
+        if (!oThreatLocationCustom) {
+            Raise(ErrObjectNotSet);
+        }
+        if (DetectedCustomExists(ThreatID, oThreatLocationCustom->CustomID)) {
+            return;
+        }
+        FindOrCreate(ScanType, ThreatID).ThreatLocationCustoms->Add(oThreatLocationCustom);
+        EventThreatDetected(CustomText, ScanType, ThreatID);
+    });
+}
+
+}  // namespace kel
