@@ -30,6 +30,7 @@ public:
 
     T& operator*() & { return *value_; }
     const T& operator*() const& { return *value_; }
+    T&& operator*() && { return *std::move(value_); }
     T* operator->() { return &*value_; }
     const T* operator->() const { return &*value_; }
 

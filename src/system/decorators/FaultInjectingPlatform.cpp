@@ -1,0 +1,302 @@
+#include "decorators/FaultInjectingPlatform.h"
+
+#include <algorithm>
+#include <limits>
+#include <map>
+#include <set>
+#include <string>
+#include <utility>
+
+#include "decorators/ForwardingFiles.h"
+#include "decorators/ForwardingRegistry.h"
+#include "decorators/ForwardingSystem.h"
+#include "decorators/FullPath.h"
+
+namespace kel::decorators {
+
+using platform::Platform;
+using platform::Result;
+using platform::SysError;
+
+namespace {
+
+constexpr std::uint64_t Never = std::numeric_limits<std::uint64_t>::max();
+
+class Faults {
+public:
+    explicit Faults(const Platform& inner) : inner_(inner) {}
+
+    void FailWrites(std::uint64_t first, std::uint64_t last, SysError error) {
+        writes_ = 0;
+        first_ = first;
+        last_ = last;
+        error_ = error;
+    }
+    void Lock(std::string_view path) { locked_.insert(FullPath(inner_, path)); }
+    void Unlock(std::string_view path) { locked_.erase(FullPath(inner_, path)); }
+    void LimitBytes(std::uint64_t bytes) { bytesLeft_ = bytes; }
+    void FailReads(std::string_view path, SysError error) { unreadable_[FullPath(inner_, path)] = error; }
+    void Clear() {
+        first_ = Never;
+        last_ = 0;
+        locked_.clear();
+        unreadable_.clear();
+        bytesLeft_ = Never;
+    }
+    [[nodiscard]] std::uint64_t Writes() const { return writes_; }
+
+    // Counts a write: Success when it may go on.
+    SysError CountWrite() {
+        ++writes_;
+        return writes_ >= first_ && writes_ <= last_ ? error_ : SysError::Success;
+    }
+    [[nodiscard]] bool IsLocked(std::string_view path) const { return locked_.contains(FullPath(inner_, path)); }
+    [[nodiscard]] bool HoldsLocked(std::string_view path) const {
+        const std::string full = FullPath(inner_, path);
+        return std::any_of(locked_.begin(), locked_.end(),
+                           [&full](const std::string& locked) { return IsInside(locked, full); });
+    }
+    [[nodiscard]] SysError ReadError(std::string_view path) const {
+        const auto found = unreadable_.find(FullPath(inner_, path));
+        return found == unreadable_.end() ? SysError::Success : found->second;
+    }
+    // Takes up to `wanted` bytes of what the disk still holds.
+    std::size_t TakeBytes(std::size_t wanted) {
+        if (bytesLeft_ == Never) {
+            return wanted;
+        }
+        const auto taken = static_cast<std::size_t>(std::min<std::uint64_t>(wanted, bytesLeft_));
+        bytesLeft_ -= taken;
+        return taken;
+    }
+
+private:
+    Platform inner_;
+    std::uint64_t writes_ = 0;
+    std::uint64_t first_ = Never;
+    std::uint64_t last_ = 0;
+    SysError error_ = SysError::Success;
+    std::uint64_t bytesLeft_ = Never;
+    std::set<std::string> locked_;
+    std::map<std::string, SysError> unreadable_;
+};
+
+class FaultyFile : public ForwardingOpenFile {
+public:
+    FaultyFile(std::unique_ptr<platform::OpenFile> inner, Faults& faults, SysError readError)
+        : ForwardingOpenFile(std::move(inner)), faults_(faults), readError_(readError) {}
+
+    Result<std::size_t> Read(std::span<std::byte> into) override {
+        return readError_ != SysError::Success ? Result<std::size_t>(readError_) : Inner().Read(into);
+    }
+    SysError Write(std::span<const std::byte> from) override {
+        if (const SysError error = faults_.CountWrite(); error != SysError::Success) {
+            return error;
+        }
+        const std::size_t fits = faults_.TakeBytes(from.size());
+        const SysError error = Inner().Write(from.first(fits));
+        return error == SysError::Success && fits < from.size() ? SysError::DiskFull : error;
+    }
+
+private:
+    Faults& faults_;
+    SysError readError_;
+};
+
+class FaultyFiles : public ForwardingFiles {
+public:
+    FaultyFiles(platform::Files& inner, Faults& faults) : ForwardingFiles(inner), faults_(faults) {}
+
+    SysError SetAttributes(std::string_view path, std::uint32_t attributes) override {
+        const SysError error = faults_.CountWrite();
+        return error != SysError::Success ? error : Inner().SetAttributes(path, attributes);
+    }
+    SysError Remove(std::string_view path) override {
+        const SysError error = Change(path);
+        return error != SysError::Success ? error : Inner().Remove(path);
+    }
+    SysError Rename(std::string_view from, std::string_view to) override {
+        const SysError error = Change(from);
+        return error != SysError::Success ? error : Inner().Rename(from, to);
+    }
+    SysError MakeFolder(std::string_view path) override {
+        const SysError error = faults_.CountWrite();
+        return error != SysError::Success ? error : Inner().MakeFolder(path);
+    }
+    SysError RemoveFolder(std::string_view path) override {
+        const SysError error = Change(path);
+        return error != SysError::Success ? error : Inner().RemoveFolder(path);
+    }
+    Result<std::unique_ptr<platform::OpenFile>> Open(std::string_view path, platform::OpenMode mode) override {
+        if (mode != platform::OpenMode::Read) {
+            if (const SysError error = faults_.CountWrite(); error != SysError::Success) {
+                return error;
+            }
+        }
+        if (faults_.IsLocked(path)) {
+            return SysError::SharingViolation;
+        }
+        auto file = Inner().Open(path, mode);
+        if (!file) {
+            return file.Error();
+        }
+        return std::unique_ptr<platform::OpenFile>(
+            std::make_unique<FaultyFile>(*std::move(file), faults_, faults_.ReadError(path)));
+    }
+    Result<std::unique_ptr<platform::FileView>> View(std::string_view path) override {
+        if (faults_.IsLocked(path)) {
+            return SysError::SharingViolation;
+        }
+        if (const SysError error = faults_.ReadError(path); error != SysError::Success) {
+            return error;
+        }
+        return Inner().View(path);
+    }
+
+private:
+    SysError Change(std::string_view path) {
+        if (const SysError error = faults_.CountWrite(); error != SysError::Success) {
+            return error;
+        }
+        return faults_.HoldsLocked(path) ? SysError::SharingViolation : SysError::Success;
+    }
+
+    Faults& faults_;
+};
+
+class FaultyKey : public ForwardingKey {
+public:
+    FaultyKey(std::unique_ptr<platform::RegistryKey> inner, Faults& faults)
+        : ForwardingKey(std::move(inner)), faults_(faults) {}
+
+    SysError Set(std::string_view name, platform::ValueType type, std::string_view data) override {
+        const SysError error = faults_.CountWrite();
+        return error != SysError::Success ? error : Inner().Set(name, type, data);
+    }
+    SysError RemoveValue(std::string_view name) override {
+        const SysError error = faults_.CountWrite();
+        return error != SysError::Success ? error : Inner().RemoveValue(name);
+    }
+    SysError RemoveKey(std::string_view subKey) override {
+        const SysError error = faults_.CountWrite();
+        return error != SysError::Success ? error : Inner().RemoveKey(subKey);
+    }
+
+private:
+    Faults& faults_;
+};
+
+class FaultyRegistry : public ForwardingRegistry {
+public:
+    FaultyRegistry(platform::Registry& inner, Faults& faults) : ForwardingRegistry(inner), faults_(faults) {}
+
+    Result<std::unique_ptr<platform::RegistryKey>> Open(platform::Hive hive, std::string_view key,
+                                                        std::uint32_t access) override {
+        return Wrap(Inner().Open(hive, key, access));
+    }
+    Result<std::unique_ptr<platform::RegistryKey>> Create(platform::Hive hive, std::string_view key) override {
+        if (const SysError error = faults_.CountWrite(); error != SysError::Success) {
+            return error;
+        }
+        return Wrap(Inner().Create(hive, key));
+    }
+    SysError RemoveKey(platform::Hive hive, std::string_view key) override {
+        const SysError error = faults_.CountWrite();
+        return error != SysError::Success ? error : Inner().RemoveKey(hive, key);
+    }
+    SysError Commit() override {
+        const SysError error = faults_.CountWrite();
+        return error != SysError::Success ? error : Inner().Commit();
+    }
+
+private:
+    Result<std::unique_ptr<platform::RegistryKey>> Wrap(Result<std::unique_ptr<platform::RegistryKey>> key) {
+        if (!key) {
+            return key.Error();
+        }
+        return std::unique_ptr<platform::RegistryKey>(std::make_unique<FaultyKey>(*std::move(key), faults_));
+    }
+
+    Faults& faults_;
+};
+
+class FaultyShell : public ForwardingShell {
+public:
+    FaultyShell(platform::Shell& inner, Faults& faults) : ForwardingShell(inner), faults_(faults) {}
+
+    int Delete(std::string_view path, std::uint16_t flags, SysError& lastError) override {
+        lastError = faults_.CountWrite();
+        if (lastError == SysError::Success && faults_.HoldsLocked(path)) {
+            lastError = SysError::SharingViolation;
+        }
+        return lastError != SysError::Success ? static_cast<int>(platform::Number(lastError))
+                                              : Inner().Delete(path, flags, lastError);
+    }
+
+private:
+    Faults& faults_;
+};
+
+}  // namespace
+
+struct FaultInjectingPlatform::Impl {
+    explicit Impl(const Platform& platform)
+        : view(platform),
+          faults(platform),
+          files(*platform.files, faults),
+          registry(*platform.registry, faults),
+          shell(*platform.shell, faults) {
+        view.files = &files;
+        view.registry = &registry;
+        view.shell = &shell;
+    }
+
+    Platform view;
+    Faults faults;
+    FaultyFiles files;
+    FaultyRegistry registry;
+    FaultyShell shell;
+};
+
+FaultInjectingPlatform::FaultInjectingPlatform(const Platform& inner) : impl_(std::make_unique<Impl>(inner)) {
+}
+
+FaultInjectingPlatform::~FaultInjectingPlatform() = default;
+
+Platform FaultInjectingPlatform::View() const {
+    return impl_->view;
+}
+
+void FaultInjectingPlatform::FailWrite(std::uint64_t number, SysError error) {
+    impl_->faults.FailWrites(number, number, error);
+}
+
+void FaultInjectingPlatform::FailWritesFrom(std::uint64_t number, SysError error) {
+    impl_->faults.FailWrites(number, Never, error);
+}
+
+std::uint64_t FaultInjectingPlatform::Writes() const {
+    return impl_->faults.Writes();
+}
+
+void FaultInjectingPlatform::Lock(std::string_view path) {
+    impl_->faults.Lock(path);
+}
+
+void FaultInjectingPlatform::Unlock(std::string_view path) {
+    impl_->faults.Unlock(path);
+}
+
+void FaultInjectingPlatform::DiskFullAfter(std::uint64_t bytes) {
+    impl_->faults.LimitBytes(bytes);
+}
+
+void FaultInjectingPlatform::FailReads(std::string_view path, SysError error) {
+    impl_->faults.FailReads(path, error);
+}
+
+void FaultInjectingPlatform::Clear() {
+    impl_->faults.Clear();
+}
+
+}  // namespace kel::decorators

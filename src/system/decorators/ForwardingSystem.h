@@ -1,0 +1,124 @@
+// The smaller parts of a platform, passing everything on: bases of what changes some of it. Each `inner` must outlive
+// its object.
+#pragma once
+
+#include "platform/Clock.h"
+#include "platform/Processes.h"
+#include "platform/Rights.h"
+#include "platform/Shell.h"
+#include "platform/SystemInfo.h"
+#include "platform/VersionResources.h"
+
+namespace kel::decorators {
+
+class ForwardingShell : public platform::Shell {
+public:
+    explicit ForwardingShell(platform::Shell& inner) : inner_(inner) {}
+
+    platform::Result<std::string> SpecialFolder(int identifier) override { return inner_.SpecialFolder(identifier); }
+    int Delete(std::string_view path, std::uint16_t flags, platform::SysError& lastError) override {
+        return inner_.Delete(path, flags, lastError);
+    }
+
+protected:
+    [[nodiscard]] platform::Shell& Inner() const { return inner_; }
+
+private:
+    platform::Shell& inner_;
+};
+
+class ForwardingClock : public platform::Clock {
+public:
+    explicit ForwardingClock(platform::Clock& inner) : inner_(inner) {}
+
+    platform::Date Now() override { return inner_.Now(); }
+    std::uint64_t Ticks() override { return inner_.Ticks(); }
+    std::string DateText(platform::Date date) override { return inner_.DateText(date); }
+    std::string ShortDateText(platform::Date date) override { return inner_.ShortDateText(date); }
+    platform::Guid NewGuid() override { return inner_.NewGuid(); }
+
+protected:
+    [[nodiscard]] platform::Clock& Inner() const { return inner_; }
+
+private:
+    platform::Clock& inner_;
+};
+
+class ForwardingSystemInfo : public platform::SystemInfo {
+public:
+    explicit ForwardingSystemInfo(platform::SystemInfo& inner) : inner_(inner) {}
+
+    platform::Result<platform::OsVersion> Version() override { return inner_.Version(); }
+    std::string Environment(std::string_view name) override { return inner_.Environment(name); }
+
+protected:
+    [[nodiscard]] platform::SystemInfo& Inner() const { return inner_; }
+
+private:
+    platform::SystemInfo& inner_;
+};
+
+class ForwardingProcesses : public platform::Processes {
+public:
+    explicit ForwardingProcesses(platform::Processes& inner) : inner_(inner) {}
+
+    platform::Result<std::vector<platform::ProcessEntry>> Snapshot() override { return inner_.Snapshot(); }
+    platform::SysError CanOpen(std::uint32_t processId, std::uint32_t access) override {
+        return inner_.CanOpen(processId, access);
+    }
+    platform::Result<std::string> FirstModulePath(std::uint32_t processId, std::uint32_t handleBytes,
+                                                  std::uint32_t capacity) override {
+        return inner_.FirstModulePath(processId, handleBytes, capacity);
+    }
+    std::uint32_t CurrentId() override { return inner_.CurrentId(); }
+    platform::SysError SetPriorityClass(std::uint32_t priorityClass) override {
+        return inner_.SetPriorityClass(priorityClass);
+    }
+    platform::SysError SetThreadPriority(std::int32_t priority) override { return inner_.SetThreadPriority(priority); }
+
+protected:
+    [[nodiscard]] platform::Processes& Inner() const { return inner_; }
+
+private:
+    platform::Processes& inner_;
+};
+
+class ForwardingRights : public platform::Rights {
+public:
+    explicit ForwardingRights(platform::Rights& inner) : inner_(inner) {}
+
+    platform::Result<std::unique_ptr<platform::Token>> OpenThreadToken() override { return inner_.OpenThreadToken(); }
+    platform::Result<std::unique_ptr<platform::Token>> OpenProcessToken() override { return inner_.OpenProcessToken(); }
+    platform::Result<platform::Sid> MakeSid(std::uint8_t authority,
+                                            const std::vector<std::uint32_t>& subAuthorities) override {
+        return inner_.MakeSid(authority, subAuthorities);
+    }
+    bool IsValidSid(const platform::Sid& sid) override { return inner_.IsValidSid(sid); }
+    bool EqualSid(const platform::Sid& left, const platform::Sid& right) override {
+        return inner_.EqualSid(left, right);
+    }
+
+protected:
+    [[nodiscard]] platform::Rights& Inner() const { return inner_; }
+
+private:
+    platform::Rights& inner_;
+};
+
+class ForwardingVersions : public platform::VersionResources {
+public:
+    explicit ForwardingVersions(platform::VersionResources& inner) : inner_(inner) {}
+
+    platform::Result<std::uint32_t> Size(std::string_view path) override { return inner_.Size(path); }
+    platform::Result<std::unique_ptr<platform::VersionBlock>> Load(std::string_view path, std::uint32_t size) override {
+        return inner_.Load(path, size);
+    }
+
+protected:
+    [[nodiscard]] platform::VersionResources& Inner() const { return inner_; }
+
+private:
+    platform::VersionResources& inner_;
+};
+
+}  // namespace kel::decorators

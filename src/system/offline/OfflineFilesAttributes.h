@@ -1,0 +1,28 @@
+// Attributes, sizes and times of the host's entries in the machine's terms.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "platform/Files.h"
+#include "platform/Result.h"
+
+namespace kel::offline {
+
+/// What is known of one entry. Names stay empty.
+/// @param name the host's name in `folder`, or `.` for the folder itself; a link is not followed
+/// @param ntfs the mount shows attributes and times of NTFS
+[[nodiscard]] platform::Result<platform::FindData> EntryData(int folder, const std::string& name, bool ntfs);
+
+/// Sets attributes as far as the host can keep them.
+[[nodiscard]] platform::SysError SetEntryAttributes(int folder, const std::string& name, bool ntfs,
+                                                    std::uint32_t attributes);
+
+/// The 8.3 name that NTFS has for an entry; empty when it has none of its own.
+[[nodiscard]] std::string NtfsShortName(int folder, const std::string& name);
+
+/// Copies attributes, times and what else belongs to a file from one open file to another. Attributes and times that
+/// the target can't keep are left out.
+void CopyFileTraits(int from, int to);
+
+}  // namespace kel::offline

@@ -1,0 +1,82 @@
+#include "offline/OfflineFilesFind.h"
+
+#include <utility>
+
+#include "offline/OfflineFilesAttributes.h"
+#include "offline/OfflineText.h"
+
+namespace kel::offline {
+
+using platform::FindData;
+using platform::Result;
+using platform::SysError;
+
+namespace {
+
+std::string AlternateName(Folder& folder, Listing& listing, std::size_t index, const std::string& hostName) {
+    if (!folder.OfDrive().ntfs) {
+        return listing.ShortName(index);
+    }
+    std::string name = NtfsShortName(folder.Fd(), hostName);
+    return FoldName(name) == listing.Folded(index) ? std::string() : name;
+}
+
+}  // namespace
+
+Result<FindData> DescribeEntry(Folder& folder, Listing& listing, std::size_t index) {
+    const std::string name(listing.Name(index));
+    const std::string hostName = HostName(name).value_or(std::string());
+    auto data = EntryData(folder.Fd(), hostName, folder.OfDrive().ntfs);
+    if (data) {
+        data->name = name;
+        data->alternateName = AlternateName(folder, listing, index, hostName);
+    }
+    return data;
+}
+
+PatternFind::PatternFind(std::shared_ptr<Folder> folder, std::shared_ptr<Listing> listing, FindPattern pattern,
+                         bool root)
+    : folder_(std::move(folder)),
+      listing_(std::move(listing)),
+      pattern_(std::move(pattern)),
+      dots_(root || !pattern_.MatchesDots() ? 2 : 0) {
+}
+
+bool PatternFind::Matches(std::size_t index) {
+    if (pattern_.Matches(listing_->Folded(index))) {
+        return true;
+    }
+    if (folder_->OfDrive().ntfs) {
+        const std::string name(listing_->Name(index));
+        const std::string shortName = NtfsShortName(folder_->Fd(), HostName(name).value_or(std::string()));
+        return !shortName.empty() && pattern_.Matches(FoldName(shortName));
+    }
+    const std::string& shortName = listing_->ShortName(index);
+    return !shortName.empty() && pattern_.Matches(shortName);
+}
+
+SysError PatternFind::Next(FindData& entry) {
+    if (dots_ < 2) {
+        auto data = EntryData(folder_->Fd(), ".", folder_->OfDrive().ntfs);
+        if (data) {
+            entry = *std::move(data);
+            entry.name = dots_ == 0 ? "." : "..";
+            ++dots_;
+            return SysError::Success;
+        }
+        dots_ = 2;
+    }
+    while (next_ < listing_->Size()) {
+        const std::size_t index = next_++;
+        if (!Matches(index)) {
+            continue;
+        }
+        if (auto data = DescribeEntry(*folder_, *listing_, index)) {
+            entry = *std::move(data);
+            return SysError::Success;
+        }
+    }
+    return SysError::NoMoreFiles;
+}
+
+}  // namespace kel::offline
