@@ -4,24 +4,12 @@
 #include <cstdint>
 #include <string_view>
 
+#include "archive/UnzipResult.h"
+
 namespace kel::archive {
 
 /// A zip object; 0 is none.
 using ZipHandle = std::int32_t;
-
-/// What XzUnzip answers. Everything but UnzipDone is a failure, even when some entries came out before it.
-enum UnzipResult : std::int32_t {
-    UnzipDone = 0,
-    UnzipNoHandle = 1,     ///< no such object, or no archive or folder was named
-    UnzipUnreadable = 2,   ///< the archive can't be opened or read
-    UnzipDamaged = 3,      ///< no zip archive, or its structure or an entry's checksum is wrong
-    UnzipEncrypted = 4,    ///< an entry needs a password
-    UnzipUnsupported = 5,  ///< an entry's compression method, or a split archive
-    UnzipUnsafeName = 6,   ///< an entry's name leads out of the folder or is not allowed on the machine
-    UnzipOverlap = 7,      ///< entries share bytes of the archive, or a name
-    UnzipTooLarge = 8,     ///< above the limits of ZipLimits
-    UnzipWriteFailed = 9,  ///< the folder does not take an entry
-};
 
 /// Prepares the operations; once before the first object is made. True when they are ready.
 bool XceedZipInitDLL();
