@@ -1,0 +1,182 @@
+#include "catalogue/SignatureLoader.h"
+
+#include <algorithm>
+#include <cstring>
+#include <limits>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+
+#include "catalogue/SignatureTable.h"
+#include "core/RuntimeError.h"
+#include "core/Text.h"
+
+namespace kel {
+
+namespace {
+
+bool IsNumber(FieldType type) {
+    return type == FieldType::Integer || type == FieldType::SmallInt || type == FieldType::Boolean;
+}
+
+// One column with the conversions that its readers ask for.
+class Reader {
+public:
+    Reader(const Recordset& rows, std::size_t position)
+        : column_(rows.ReadColumn(position)), type_(rows.Field(position).type) {}
+
+    [[nodiscard]] bool IsNull(std::size_t row) const { return column_->IsNull(row); }
+
+    [[nodiscard]] const std::uint8_t* Digest(std::size_t row) const {
+        return type_ == FieldType::VarChar ? column_->Digest(row) : nullptr;
+    }
+
+    [[nodiscard]] std::int32_t Number(std::size_t row) const {
+        if (column_->IsNull(row)) {
+            Raise(ErrInvalidUseOfNull);
+        }
+        if (IsNumber(type_)) {
+            return column_->Number(row);
+        }
+        return ToLong(std::string(PlainText(row)));
+    }
+
+    // `scratch` holds the text of a column that has numbers.
+    [[nodiscard]] std::string_view Text(std::size_t row, std::string& scratch) const {
+        if (IsNumber(type_)) {
+            scratch = kel::Text(column_->Number(row));
+            return scratch;
+        }
+        return PlainText(row);
+    }
+
+private:
+    [[nodiscard]] std::string_view PlainText(std::size_t row) const {
+        if (type_ != FieldType::VarChar) {
+            Raise(ErrTypeMismatch);
+        }
+        return column_->Text(row);
+    }
+
+    std::unique_ptr<Recordset::Column> column_;
+    FieldType type_;
+};
+
+constexpr std::size_t ThreatColumn = 0;
+constexpr std::size_t KeyColumn = 1;
+constexpr std::size_t LevelColumn = 2;
+// A table of this many columns has no levels.
+constexpr std::size_t ColumnsWithoutLevel = 2;
+
+}  // namespace
+
+class SignatureLoader {
+public:
+    SignatureLoader(const Recordset& rows, SignatureTable& into, NullKey nullKey)
+        : table_(into),
+          nullKey_(nullKey),
+          count_(rows.RowCount()),
+          threats_(rows, ThreatColumn),
+          keys_(rows, KeyColumn) {
+        if (rows.FieldCount() != ColumnsWithoutLevel) {
+            levels_.emplace(rows, LevelColumn);
+        }
+    }
+
+    void Load() {
+        if (table_.form_ == KeyForm::Digests && table_.Count() == 0 && LoadDigests()) {
+            return;
+        }
+        table_.texts_.Reserve(table_.texts_.Count() + count_);
+        for (std::size_t row = 0; row < count_; ++row) {
+            const std::string_view key = Key(row);
+            table_.Add(key, At(row));
+        }
+    }
+
+private:
+    // The fast road, for a table without any fault. False leaves the table as it was: the slow road then finds the
+    // first faulty row and what is wrong with it.
+    bool LoadDigests() {
+        DigestIndex::Builder builder;
+        TextIndex others;
+        try {
+            for (std::size_t row = 0; row < count_; ++row) {
+                if (const auto digest = DigestAt(row)) {
+                    builder.Count(*digest);
+                }
+            }
+            builder.Allocate();
+            for (std::size_t row = 0; row < count_; ++row) {
+                if (const auto digest = DigestAt(row)) {
+                    builder.Place(*digest, At(row));
+                } else if (!others.Add(Key(row), At(row))) {
+                    return false;
+                }
+            }
+        } catch (const RuntimeError&) {
+            return false;
+        }
+        std::optional<DigestIndex> built = builder.Finish();
+        if (!built) {
+            return false;
+        }
+        table_.digests_ = std::move(*built);
+        table_.texts_ = std::move(others);
+        return true;
+    }
+
+    [[nodiscard]] std::optional<Digest> DigestAt(std::size_t row) {
+        if (keys_.IsNull(row)) {
+            return std::nullopt;
+        }
+        if (const std::uint8_t* packed = keys_.Digest(row)) {
+            Digest digest;
+            std::memcpy(digest.data(), packed, digest.size());
+            return digest;
+        }
+        return ParseDigest(Trim(keys_.Text(row, scratch_)));
+    }
+
+    [[nodiscard]] std::string_view Key(std::size_t row) {
+        if (keys_.IsNull(row)) {
+            if (nullKey_ == NullKey::Empty) {
+                return {};
+            }
+            Raise(ErrInvalidUseOfNull);
+        }
+        return Trim(keys_.Text(row, scratch_));
+    }
+
+    [[nodiscard]] Signature At(std::size_t row) const {
+        Signature signature;
+        if (levels_) {
+            const std::int32_t level = levels_->Number(row);
+            if (level != static_cast<std::int16_t>(level)) {
+                Raise(ErrOverflow);
+            }
+            signature.OptionalScan = static_cast<std::int16_t>(level);
+        }
+        signature.ThreatID = threats_.Number(row);
+        return signature;
+    }
+
+    SignatureTable& table_;
+    NullKey nullKey_;
+    std::size_t count_;
+    Reader threats_;
+    Reader keys_;
+    std::optional<Reader> levels_;
+    std::string scratch_;
+};
+
+void LoadSignatures(Recordset& rows, SignatureTable& into, NullKey nullKey) {
+    if (rows.Eof()) {
+        return;
+    }
+    SignatureLoader(rows, into, nullKey).Load();
+}
+
+}  // namespace kel

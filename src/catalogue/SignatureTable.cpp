@@ -1,0 +1,58 @@
+#include "catalogue/SignatureTable.h"
+
+#include "core/RuntimeError.h"
+
+namespace kel {
+
+void SignatureTable::Add(std::string_view key, Signature signature) {
+    if (digests_.Count() != 0) {
+        const auto digest = ParseDigest(key);
+        if (digest && digests_.Find(*digest) != nullptr) {
+            Raise(ErrDuplicateKey);
+        }
+    }
+    if (!texts_.Add(key, signature)) {
+        Raise(ErrDuplicateKey);
+    }
+}
+
+std::optional<Signature> SignatureTable::Find(std::string_view key) const {
+    if (digests_.Count() != 0) {
+        if (const auto digest = ParseDigest(key)) {
+            if (const Signature* found = digests_.Find(*digest)) {
+                return *found;
+            }
+        }
+    }
+    const std::size_t row = texts_.Find(key);
+    if (row == TextIndex::None) {
+        return std::nullopt;
+    }
+    return texts_.At(row).signature;
+}
+
+SignatureTable::Row SignatureTable::At(std::size_t index) const {
+    if (form_ != KeyForm::Texts) {
+        Raise(ErrInvalidProcedureCall);
+    }
+    if (index < 1 || index > texts_.Count()) {
+        Raise(ErrSubscriptOutOfRange);
+    }
+    const TextIndex::Entry entry = texts_.At(index - 1);
+    return {entry.text, entry.signature};
+}
+
+SignatureTable::Row SignatureTable::Get(std::string_view key) const {
+    const std::size_t row = texts_.Find(key);
+    if (row != TextIndex::None) {
+        const TextIndex::Entry entry = texts_.At(row);
+        return {entry.text, entry.signature};
+    }
+    const auto found = Find(key);
+    if (!found) {
+        Raise(ErrInvalidProcedureCall);
+    }
+    return {key, *found};
+}
+
+}  // namespace kel

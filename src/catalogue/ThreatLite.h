@@ -1,0 +1,10 @@
+// A threat of the catalogue without locations.
+#pragma once
+
+#include "catalogue/ThreatRecord.h"
+
+namespace kel {
+
+class ThreatLite : public ThreatRecord {};
+
+}  // namespace kel
