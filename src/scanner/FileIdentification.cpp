@@ -1,0 +1,185 @@
+#include <optional>
+#include <utility>
+
+#include "catalogue/SignatureTable.h"
+#include "core/EngineState.h"
+#include "core/Failures.h"
+#include "core/Paths.h"
+#include "core/Text.h"
+#include "platform/Platform.h"
+#include "results/Scan.h"
+#include "rules/modCleanerHelper.h"
+#include "scanner/modScannerFiles.h"
+#include "system/clsFolderPaths.h"
+#include "system/modFiles.h"
+#include "system/modFolderPaths.h"
+#include "system/modMD5.h"
+
+namespace kel::modScannerFiles {
+
+namespace {
+
+struct TakenFolders {
+    std::optional<clsFolderPaths> folders;
+};
+
+std::int32_t Lookup(const std::shared_ptr<SignatureTable>& table, std::string_view key) {
+    std::int32_t threat = 0;
+    // What fails here is a miss.
+    ResumeNext([&] {
+        const auto hit = table ? table->Find(key) : std::nullopt;
+        if (hit) {
+            LastOptionalScan() = hit->OptionalScan;
+            threat = hit->OptionalScan > OptMaxOptionLevel() ? 0 : hit->ThreatID;
+        }
+    });
+    return threat;
+}
+
+std::string VariableForm(std::string_view path) {
+    const auto& folders = ModuleData<TakenFolders>().folders;
+    return folders ? folders->TranslateToVariablePath(path) : modFolderPaths::TranslateToVariablePath(path);
+}
+
+// The one place where a name that the platform can't take becomes the error that asks for the short name.
+bool ExistsOrBadName(std::string_view path) {
+    platform::Files& files = *platform::Current().files;
+    if (files.PathExists(path)) {
+        return true;
+    }
+    if (const auto attributes = files.Attributes(path); attributes.Error() == platform::SysError::InvalidName) {
+        paths::RaiseFileError(attributes.Error(), path);
+    }
+    return false;
+}
+
+// Size as the find data of the path have it: a folder's is 0.
+std::uint64_t LengthOf(std::string_view path) {
+    platform::Files& files = *platform::Current().files;
+    const auto length = files.Length(path);
+    if (length) {
+        return *length;
+    }
+    if (files.PathIsDirectory(path) != 0) {
+        return 0;
+    }
+    paths::RaiseFileError(length.Error(), path);
+}
+
+std::int32_t TestByDepth(std::string_view path, enScanDepth depth) {
+    switch (depth) {
+        case scanshallow:
+            return FilePathThreatExists(VariableForm(path));
+        case scanmedium: {
+            const std::string hash = modMD5::FileMD5(path);
+            return hash.empty() ? 0 : MD5ThreatExists(hash);
+        }
+        case scandeep: {
+            // A known path with another hash is another file.
+            const std::string hash = modMD5::FileMD5(path);
+            return hash.empty() ? FilePathThreatExists(VariableForm(path)) : MD5ThreatExists(hash);
+        }
+        default:
+            return 0;
+    }
+}
+
+std::int32_t Identify(std::string_view path, enScanDepth depth) {
+    if (!ExistsOrBadName(path)) {
+        return 0;
+    }
+    if (std::cmp_greater(LengthOf(path), OptMaxMD5Len())) {
+        depth = scanshallow;
+    }
+    const std::int32_t threat = TestByDepth(path, depth);
+    return threat > 0 && !modCleanerHelper::RestrictRemoveFile(path) ? threat : 0;
+}
+
+// Identify, and again under the short name for as long as the name is refused and there is more of it to drop.
+std::int32_t IdentifyOrRetry(std::string_view path, std::string_view altPath, enScanDepth depth) {
+    std::string alternate;
+    for (;;) {
+        try {
+            return Identify(path, depth);
+        } catch (const RuntimeError& error) {
+            if (error.Number() != ErrBadFileName || altPath.empty()) {
+                if (ContainsText(error.Text(), "File not found")) {
+                    return 0;
+                }
+                throw;
+            }
+        }
+        alternate = TrimAltName(altPath);
+        altPath = alternate;
+        path = altPath.ends_with('\0') ? altPath.substr(0, altPath.size() - 1) : altPath;
+    }
+}
+
+}  // namespace
+
+std::int32_t MD5ThreatExists(std::string_view ThisMD5) {
+    return Lookup(State().MD5DataTable, ThisMD5);
+}
+
+std::int32_t FilePathThreatExists(std::string_view ThisPath) {
+    return Lookup(State().FilePathDataTable, ThisPath);
+}
+
+std::int32_t FolderThreatExists(std::string_view ThisFolder) {
+    return Lookup(State().FolderDataTable, ThisFolder);
+}
+
+std::int32_t CookieThreatExists(std::string_view ThisCookie) {
+    return Lookup(State().CookieDataTable, ThisCookie);
+}
+
+std::int32_t FileThreatExists(std::string_view /*ThisFile*/) {
+    return 0;
+}
+
+std::int32_t IsFileThreat(std::string_view FilePath, std::string_view AltPath, enScanDepth ScanDepth,
+                          std::string_view /*MD5*/) {
+    std::int32_t threat = 0;
+    Trap("Scanner", "IsFileThreat", [&] {
+        std::string translated;
+        std::string_view path = Trim(FilePath);
+        if (path.find('%') != std::string_view::npos) {
+            translated = modFolderPaths::TranslateEnvironmentVariablesPaths(path);
+            path = Trim(translated);
+        }
+        threat = IdentifyOrRetry(path, AltPath, ScanDepth);
+    });
+    return threat;
+}
+
+std::int32_t IsFolderThreat(std::string_view FolderPath, const std::shared_ptr<clsFolderPaths>& oclsFolderPaths) {
+    std::int32_t threat = 0;
+    Trap("modScannerFiles", "IsFolderThreat", [&] {
+        const std::shared_ptr<clsFolderPaths> folders =
+            oclsFolderPaths ? oclsFolderPaths : RequireCurrentScan()->FolderPaths;
+        if (!folders) {
+            Raise(ErrObjectNotSet);
+        }
+        const std::string folder = folders->TranslateToVariablePath(LCase(FolderPath));
+        const std::int32_t found = FolderThreatExists(folder);
+        // Both are asked of the variable form, so a folder below a special one passes only if they resolve that form.
+        if (found > 0 && modFiles::FolderExists(folder) && !modCleanerHelper::RestrictRemoveFolder(folder)) {
+            threat = found;
+        }
+    });
+    return threat;
+}
+
+std::string TrimAltName(std::string_view name) {
+    std::string_view rest = name.substr(0, name.size() < 2 ? 0 : name.size() - 2);
+    if (rest.ends_with('\0')) {
+        rest.remove_suffix(1);
+    }
+    return std::string(rest);
+}
+
+void TakeFolders(const clsFolderPaths& folders) {
+    ModuleData<TakenFolders>().folders = folders;
+}
+
+}  // namespace kel::modScannerFiles

@@ -1,0 +1,174 @@
+// The walk of drives and folders.
+#include <memory>
+#include <string>
+
+#include "core/EngineState.h"
+#include "core/Failures.h"
+#include "core/Text.h"
+#include "platform/Platform.h"
+#include "scanner/LaterStages.h"
+#include "scanner/Scanner.h"
+#include "scanner/modScannerFiles.h"
+#include "system/clsFolderPaths.h"
+#include "system/modFolderPaths.h"
+#include "system/modMD5.h"
+
+namespace kel {
+
+namespace {
+
+constexpr const char* Module = "Scanner";
+
+// Characters of the field that the platform gives a short name in.
+constexpr std::size_t AlternateNameField = 14;
+
+constexpr std::string_view AllNames = "*.*";
+constexpr std::string_view DefaultStart = "C:\\";
+
+// No folder with this word in its full path is entered, the engine's own quarantine among them.
+constexpr std::string_view Quarantine = "Quarantine";
+
+bool IsDirectory(const platform::FindData& entry) {
+    return (entry.attributes & platform::AttributeDirectory) != 0;
+}
+
+bool HasNext(platform::Find& find, platform::FindData& entry) {
+    return find.Next(entry) == platform::SysError::Success;
+}
+
+bool MayBeEntered(std::string_view name, std::string_view fullPath) {
+    return !name.starts_with('.') && name.find("\\..\\") == std::string_view::npos &&
+           name.find("\\.\\") == std::string_view::npos && !ContainsText(fullPath, Quarantine);
+}
+
+// The short name in its field, padded with code 0; nothing where the file has none.
+std::string AlternateField(const std::string& alternateName) {
+    std::string field = alternateName;
+    if (!field.empty()) {
+        field.resize(AlternateNameField, '\0');
+    }
+    return field;
+}
+
+}  // namespace
+
+bool Scanner::ScanDriveOrFolder() {
+    Trap(Module, "ScanDriveOrFolder", [&] {
+        // A copy: while the walk yields, the list may be changed.
+        const Paths starts =
+            ScanDriveAndPathCount() > 0 ? Paths(*scanDriveAndPaths_) : modFolderPaths::GetFixedDrives();
+        for (const std::string& start : starts) {
+            if (ScanAbortFlag()) {
+                break;
+            }
+            FilesListSearch(start, AllNames, true);
+        }
+    });
+    return true;
+}
+
+void Scanner::ScanKnownFiles(std::string_view StartPath) {
+    Trap(Module, "ScanKnownFiles", [&] {
+        const std::string_view label = StartPath.empty() ? std::string_view("drive") : StartPath;
+        RequireCurrentScan()->EventStartingLocation("Loading " + std::string(label) + " details...", ScanTypeFiles);
+        const std::string filter = State().FileExtensionFilter;
+        FilesListSearch(StartPath.empty() ? std::string(DefaultStart) : WithBackslash(StartPath), filter, true);
+    });
+}
+
+void Scanner::ScanKnownFilesCommon() {
+    Trap(Module, "ScanKnownFilesCommon", [&] {
+        static constexpr std::string clsFolderPaths::*Folders[] = {
+            &clsFolderPaths::PathWindows,
+            &clsFolderPaths::PathProgramFiles,
+            &clsFolderPaths::PathStartUpFilesAllUsers,
+            &clsFolderPaths::PathStartUpFilesUser,
+            &clsFolderPaths::PathDownloadedProgramFiles,
+            &clsFolderPaths::PathLocalAppData,
+        };
+        scannerState_ = ScannerStateScanningknownFiles;
+        const std::shared_ptr<clsFolderPaths> folders = RequireCurrentScan()->FolderPaths;
+        if (!folders) {
+            Raise(ErrObjectNotSet);
+        }
+        for (const auto folder : Folders) {
+            ScanKnownFiles((*folders).*folder);
+            if (ScanAbortFlag()) {
+                return;
+            }
+        }
+        scannerState_ = ScannerStateReady;
+    });
+}
+
+void Scanner::FilesListSearch(std::string path, std::string_view pattern, bool report) {
+    Trap(Module, "FilesListSearch", [&] {
+        if (!path.ends_with('\\')) {
+            path += '\\';
+        }
+        platform::FindData entry;
+        const auto find = platform::Current().files->FindFirst(path + std::string(AllNames), entry);
+        if (!find) {
+            return;
+        }
+        GetFileInformation(path, pattern, report);
+        for (bool more = true; more && !ScanAbortFlag(); more = HasNext(**find, entry)) {
+            if (IsDirectory(entry)) {
+                std::string child = path + entry.name;
+                if (MayBeEntered(entry.name, child)) {
+                    FilesListSearch(std::move(child), pattern, report);
+                }
+            }
+            DoEvents();
+        }
+    });
+}
+
+void Scanner::GetFileInformation(const std::string& path, std::string_view pattern, bool report) {
+    Trap(Module, "GetFileInformation", [&] {
+        platform::Files& files = *platform::Current().files;
+        platform::FindData entry;
+        const auto find = files.FindFirst(path + std::string(AllNames), entry);
+        if (!find) {
+            return;
+        }
+        const bool takesAll = pattern == AllNames;
+        std::string fullPath = path;  // one text for all files of the folder
+        for (bool more = true; more && !ScanAbortFlag(); more = HasNext(**find, entry)) {
+            if (!IsDirectory(entry) && (takesAll || files.MatchSpec(entry.name, pattern))) {
+                fullPath.resize(path.size());
+                fullPath += entry.name;
+                if (DoScanZips && EqualText(Right(entry.name, 3), "zip")) {
+                    ScanZipFile(fullPath, report);
+                }
+                if (report) {
+                    RequireCurrentScan()->EventStartingLocation(fullPath, ScanTypeFiles);
+                }
+                TestWalkedFile(fullPath, path, entry.alternateName);
+                DoEvents();
+            }
+        }
+    });
+}
+
+void Scanner::TestWalkedFile(const std::string& fullPath, const std::string& path, const std::string& alternateName) {
+    const std::string field = AlternateField(alternateName);
+    const std::int32_t threat = IsFileThreat(fullPath, field.empty() ? field : path + field, OptScanDepth);
+    if (threat <= 0) {
+        return;
+    }
+    const std::shared_ptr<kel::Scan> scan = RequireCurrentScan();
+    std::string hash = modMD5::FileMD5(fullPath);
+    std::string location = fullPath;
+    if (hash.empty()) {
+        const std::string alternate = modScannerFiles::TrimAltName(field);
+        if (!Trim(alternate).empty()) {
+            location = path + std::string(Trim(alternate));
+            hash = modMD5::FileMD5(location);
+        }
+    }
+    scan->AddDetectedThreatFile(ScanTypeFiles, threat, hash, location);
+    later::AddDetectedThreatFileRelations(threat, location);
+}
+
+}  // namespace kel
