@@ -101,7 +101,7 @@ private:
     // first faulty row and what is wrong with it.
     bool LoadDigests() {
         DigestIndex::Builder builder;
-        TextIndex others;
+        KeyIndex others;
         try {
             for (std::size_t row = 0; row < count_; ++row) {
                 if (const auto digest = DigestAt(row)) {

@@ -25,7 +25,7 @@ std::optional<Signature> SignatureTable::Find(std::string_view key) const {
         }
     }
     const std::size_t row = texts_.Find(key);
-    if (row == TextIndex::None) {
+    if (row == KeyIndex::None) {
         return std::nullopt;
     }
     return texts_.At(row).signature;
@@ -38,14 +38,14 @@ SignatureTable::Row SignatureTable::At(std::size_t index) const {
     if (index < 1 || index > texts_.Count()) {
         Raise(ErrSubscriptOutOfRange);
     }
-    const TextIndex::Entry entry = texts_.At(index - 1);
+    const KeyIndex::Entry entry = texts_.At(index - 1);
     return {entry.text, entry.signature};
 }
 
 SignatureTable::Row SignatureTable::Get(std::string_view key) const {
     const std::size_t row = texts_.Find(key);
-    if (row != TextIndex::None) {
-        const TextIndex::Entry entry = texts_.At(row);
+    if (row != KeyIndex::None) {
+        const KeyIndex::Entry entry = texts_.At(row);
         return {entry.text, entry.signature};
     }
     const auto found = Find(key);

@@ -7,9 +7,9 @@
 #include <string_view>
 
 #include "catalogue/DigestIndex.h"
+#include "catalogue/KeyIndex.h"
 #include "catalogue/Signature.h"
 #include "catalogue/SignatureRecords.h"
-#include "catalogue/TextIndex.h"
 
 namespace kel {
 
@@ -68,7 +68,7 @@ private:
 
     KeyForm form_;
     DigestIndex digests_;
-    TextIndex texts_;  ///< in a table of digests: keys that are none, and what was added one by one
+    KeyIndex texts_;  ///< in a table of digests: keys that are none, and what was added one by one
 };
 
 }  // namespace kel

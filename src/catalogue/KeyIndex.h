@@ -13,7 +13,7 @@ namespace kel {
 
 /// A keyed table of texts without regard to case: entries in the order in which they were added, all texts in one
 /// pool, and an open hash table over them.
-class TextIndex {
+class KeyIndex {
 public:
     struct Entry {
         std::string_view text;  ///< as it was added; valid until the next Add

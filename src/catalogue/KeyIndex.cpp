@@ -1,4 +1,4 @@
-#include "catalogue/TextIndex.h"
+#include "catalogue/KeyIndex.h"
 
 #include <xxhash.h>
 
@@ -28,12 +28,12 @@ bool IsFolded(std::string_view text) noexcept {
 
 }  // namespace
 
-TextIndex::Entry TextIndex::At(std::size_t row) const noexcept {
+KeyIndex::Entry KeyIndex::At(std::size_t row) const noexcept {
     const Row& found = rows_[row];
     return {std::string_view(pool_).substr(found.text, found.textLength), found.signature};
 }
 
-std::size_t TextIndex::Find(std::string_view key) const {
+std::size_t KeyIndex::Find(std::string_view key) const {
     if (rows_.empty()) {
         return None;
     }
@@ -44,7 +44,7 @@ std::size_t TextIndex::Find(std::string_view key) const {
     return FindFolded(folded, Hash(folded));
 }
 
-bool TextIndex::Add(std::string_view text, Signature signature) {
+bool KeyIndex::Add(std::string_view text, Signature signature) {
     const std::string folded = IsFolded(text) ? std::string() : LCase(text);
     const std::string_view key = folded.empty() ? text : folded;
     const std::uint32_t hash = Hash(key);
@@ -65,7 +65,7 @@ bool TextIndex::Add(std::string_view text, Signature signature) {
     return true;
 }
 
-void TextIndex::Reserve(std::size_t count) {
+void KeyIndex::Reserve(std::size_t count) {
     rows_.reserve(count);
     const std::size_t slots = std::bit_ceil(count + count / 3 + 1);
     if (slots > slots_.size()) {
@@ -73,7 +73,7 @@ void TextIndex::Reserve(std::size_t count) {
     }
 }
 
-std::size_t TextIndex::FindFolded(std::string_view key, std::uint32_t hash) const noexcept {
+std::size_t KeyIndex::FindFolded(std::string_view key, std::uint32_t hash) const noexcept {
     if (slots_.empty()) {
         return None;
     }
@@ -86,11 +86,11 @@ std::size_t TextIndex::FindFolded(std::string_view key, std::uint32_t hash) cons
     return None;
 }
 
-std::string_view TextIndex::Key(const Row& row) const noexcept {
+std::string_view KeyIndex::Key(const Row& row) const noexcept {
     return std::string_view(pool_).substr(row.key, row.keyLength);
 }
 
-std::uint32_t TextIndex::Put(std::string_view text) {
+std::uint32_t KeyIndex::Put(std::string_view text) {
     if (text.size() > std::numeric_limits<std::uint32_t>::max() - pool_.size()) {
         Raise(ErrOverflow);
     }
@@ -99,7 +99,7 @@ std::uint32_t TextIndex::Put(std::string_view text) {
     return place;
 }
 
-void TextIndex::Grow(std::size_t slots) {
+void KeyIndex::Grow(std::size_t slots) {
     const std::vector<Slot> old = std::exchange(slots_, std::vector<Slot>(slots));
     for (const Slot& slot : old) {
         if (slot.row != 0) {
@@ -108,7 +108,7 @@ void TextIndex::Grow(std::size_t slots) {
     }
 }
 
-void TextIndex::Occupy(Slot slot) noexcept {
+void KeyIndex::Occupy(Slot slot) noexcept {
     const std::size_t mask = slots_.size() - 1;
     std::size_t at = slot.hash & mask;
     while (slots_[at].row != 0) {
