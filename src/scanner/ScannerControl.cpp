@@ -3,6 +3,7 @@
 #include <memory>
 #include <string>
 
+#include "archive/XceedZip.h"
 #include "catalogue/ShippedTables.h"
 #include "core/EngineState.h"
 #include "core/Failures.h"
@@ -13,7 +14,6 @@
 #include "scanner/Scanner.h"
 #include "scanner/ScannerModule.h"
 #include "scanner/modScannerFiles.h"
-#include "system/archive/XceedZip.h"
 #include "system/clsFolderPaths.h"
 #include "system/modFolderPaths.h"
 

@@ -1,12 +1,12 @@
 // What lies in a zip archive, unpacked into a scratch folder and tested there.
 #include <string>
 
+#include "archive/XceedZip.h"
 #include "core/EngineState.h"
 #include "core/Failures.h"
 #include "platform/Platform.h"
 #include "scanner/LaterStages.h"
 #include "scanner/Scanner.h"
-#include "system/archive/XceedZip.h"
 #include "system/modFiles.h"
 #include "system/modMD5.h"
 
