@@ -110,7 +110,7 @@ void Exercise(fuzz::MemoryFiles& files) {
         table.Update();
         table.MoveFirst();
         table.Delete();
-        Require(table.RecordCount() * table.FieldCount() == values.size(), "one row more and one less");
+        Require(table.RowCount() * table.FieldCount() == values.size(), "one row more and one less");
         Values(table);
     }
 }

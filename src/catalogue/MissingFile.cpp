@@ -7,7 +7,7 @@
 
 namespace kel {
 
-void ReportMissingFile(std::string_view what, std::string_view path, std::source_location where) noexcept {
+void ReportMissingFile(std::string_view what, std::string_view path, SourceLocation where) noexcept {
     ResumeNext([&] {
         std::string line = "ln " + Text(where.line()) + ":Missing file ";
         line.append(what).append(" ").append(path);

@@ -1,8 +1,9 @@
 // The line of the error log for a shipped table that is not there.
 #pragma once
 
-#include <source_location>
 #include <string_view>
+
+#include "core/SourceLocation.h"
 
 namespace kel {
 
@@ -10,6 +11,6 @@ namespace kel {
 /// reads the log, since no statement failed.
 /// @param what "Threat Data" or "Scan Data"
 void ReportMissingFile(std::string_view what, std::string_view path,
-                       std::source_location where = std::source_location::current()) noexcept;
+                       SourceLocation where = SourceLocation::current()) noexcept;
 
 }  // namespace kel

@@ -56,7 +56,7 @@ std::int32_t CreateFolderPath(std::string_view path) {
     return FolderExists(bare) ? FolderPathMade : FolderPathFailed;
 }
 
-void RaiseFileError(platform::SysError error, std::string_view path, std::source_location where) {
+void RaiseFileError(platform::SysError error, std::string_view path, SourceLocation where) {
     using platform::SysError;
     int number = ErrDeviceIo;
     switch (error) {

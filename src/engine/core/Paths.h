@@ -3,9 +3,9 @@
 #pragma once
 
 #include <cstdint>
-#include <source_location>
 #include <string_view>
 
+#include "core/SourceLocation.h"
 #include "platform/SysError.h"
 
 namespace kel::paths {
@@ -33,6 +33,6 @@ std::int32_t CreateFolderPath(std::string_view path);
 /// Throws the run time's error for a failed call on a file: 53 no such file, 58 exists, 61 disk full, 70 denied or in
 /// use, 76 no such folder, 57 anything else. The text names the path.
 [[noreturn]] void RaiseFileError(platform::SysError error, std::string_view path,
-                                 std::source_location where = std::source_location::current());
+                                 SourceLocation where = SourceLocation::current());
 
 }  // namespace kel::paths

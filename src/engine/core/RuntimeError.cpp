@@ -43,7 +43,7 @@ constexpr std::array Texts{
 
 }  // namespace
 
-RuntimeError::RuntimeError(int number, std::string text, std::source_location where)
+RuntimeError::RuntimeError(int number, std::string text, SourceLocation where)
     : number_(number), text_(std::move(text)), where_(where) {
 }
 
@@ -56,7 +56,7 @@ std::string_view RuntimeErrorText(int number) {
     return "Application-defined or object-defined error";
 }
 
-void Raise(int number, std::string_view detail, std::source_location where) {
+void Raise(int number, std::string_view detail, SourceLocation where) {
     std::string text{RuntimeErrorText(number)};
     if (!detail.empty()) {
         text += ": ";

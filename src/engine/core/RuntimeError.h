@@ -2,9 +2,10 @@
 #pragma once
 
 #include <exception>
-#include <source_location>
 #include <string>
 #include <string_view>
+
+#include "core/SourceLocation.h"
 
 namespace kel {
 
@@ -40,23 +41,22 @@ enum RuntimeErrorNumber : int {
 /// procedure stop it, so that nothing reaches a client.
 class RuntimeError : public std::exception {
 public:
-    RuntimeError(int number, std::string text, std::source_location where = std::source_location::current());
+    RuntimeError(int number, std::string text, SourceLocation where = SourceLocation::current());
 
     [[nodiscard]] int Number() const noexcept { return number_; }
     [[nodiscard]] const std::string& Text() const noexcept { return text_; }
-    [[nodiscard]] const std::source_location& Where() const noexcept { return where_; }
+    [[nodiscard]] const SourceLocation& Where() const noexcept { return where_; }
     [[nodiscard]] const char* what() const noexcept override { return text_.c_str(); }
 
 private:
     int number_;
     std::string text_;
-    std::source_location where_;
+    SourceLocation where_;
 };
 
 /// Throws the run time's error with that number and its usual text; with `detail`, which names the file or column,
 /// the text is the usual one, ": " and the detail.
-[[noreturn]] void Raise(int number, std::string_view detail = {},
-                        std::source_location where = std::source_location::current());
+[[noreturn]] void Raise(int number, std::string_view detail = {}, SourceLocation where = SourceLocation::current());
 
 /// The usual text of an error number, "Application-defined or object-defined error" for an unknown one.
 std::string_view RuntimeErrorText(int number);
