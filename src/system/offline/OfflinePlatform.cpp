@@ -53,11 +53,7 @@ struct OfflinePlatform::Impl {
 };
 
 OfflinePlatform::Impl::Impl(const MachineOptions& options) {
-    const std::vector<DriveMapping> drives = MachineDrives(options, DetectKind(options.machine));
-    if (drives.empty()) {
-        throw OpenError("no machine and no drive to open");
-    }
-    for (const DriveMapping& drive : drives) {
+    for (const DriveMapping& drive : MachineDrives(options, DetectKind(options.machine))) {
         AddDrive(files, drive, false);
     }
     files.SetCurrentFolder("C:\\");

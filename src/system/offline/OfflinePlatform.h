@@ -27,7 +27,8 @@ enum class MachineKind {
 
 /// What is opened, and how.
 struct MachineOptions {
-    /// A Wine prefix, or the root of a Windows disk (then drive C:), or empty when `drives` tells all.
+    /// A Wine prefix, or the root of a Windows disk (then drive C:), or empty when `drives` tells all. Without either
+    /// the machine has no drives but the host folders that are mounted.
     std::filesystem::path machine;
     /// Further drives; every one counts as a fixed drive. A letter here replaces the machine's own.
     std::vector<DriveMapping> drives;
