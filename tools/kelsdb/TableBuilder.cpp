@@ -1,0 +1,81 @@
+#include "kelsdb/TableBuilder.h"
+
+#include <utility>
+
+#include "catalogue/DigestIndex.h"
+#include "core/Text.h"
+#include "kelsdb/FieldValues.h"
+
+namespace kel::kelsdb {
+
+namespace {
+
+// Keys are compared as the engine does it: trimmed, without regard to case.
+std::string Folded(std::string_view key) {
+    return LCase(Trim(key));
+}
+
+}  // namespace
+
+TableBuilder::TableBuilder(const TableKind& kind, std::vector<std::size_t> columns)
+    : kind_(kind), columns_(std::move(columns)) {
+    for (const std::size_t column : columns_) {
+        const ColumnKind& definition = kind_.columns[column];
+        rows_.AppendField(definition.name, definition.type, definition.size);
+    }
+    rows_.Open();
+}
+
+std::string TableBuilder::Add(const std::vector<CsvField>& fields, Place place) {
+    if (fields.size() != columns_.size()) {
+        return Text(static_cast<std::int64_t>(fields.size())) + " fields instead of " +
+               Text(static_cast<std::int64_t>(columns_.size()));
+    }
+    std::vector<Value> values;
+    values.reserve(fields.size());
+    for (std::size_t i = 0; i < fields.size(); ++i) {
+        auto outcome = FieldValue(kind_.columns[columns_[i]], fields[i]);
+        if (const auto* refusal = std::get_if<Refusal>(&outcome)) {
+            return refusal->reason;
+        }
+        values.push_back(std::move(std::get<Value>(outcome)));
+    }
+    for (std::size_t i = 0; i < columns_.size(); ++i) {
+        if (columns_[i] == kind_.key) {
+            if (std::string reason = TakeKey(values[i], place); !reason.empty()) {
+                return reason;
+            }
+        }
+    }
+    rows_.AddNew();
+    for (std::size_t i = 0; i < values.size(); ++i) {
+        rows_.Set(i, values[i]);
+    }
+    rows_.Update();
+    ++count_;
+    return {};
+}
+
+bool TableBuilder::Has(std::string_view key) const {
+    return places_.contains(Folded(key));
+}
+
+std::string TableBuilder::TakeKey(Value& key, Place place) {
+    std::string folded = Folded(ToText(key));
+    if (kind_.digests) {
+        if (!ParseDigest(folded)) {
+            return "Key is no MD5 of 32 hexadecimal digits";
+        }
+        key = folded;
+    }
+    const auto [found, added] = places_.try_emplace(std::move(folded), place);
+    if (added) {
+        return {};
+    }
+    std::string reason(kind_.columns[kind_.key].name);
+    reason += " is there already, from ";
+    reason += found->second.input == nullptr ? "line " : *found->second.input + ":";
+    return reason + Text(static_cast<std::int64_t>(found->second.line));
+}
+
+}  // namespace kel::kelsdb

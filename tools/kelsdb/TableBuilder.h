@@ -1,0 +1,49 @@
+// A new table, row by row.
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include "core/Recordset.h"
+#include "core/Value.h"
+#include "kelsdb/Csv.h"
+#include "kelsdb/TableKinds.h"
+
+namespace kel::kelsdb {
+
+/// Where a row comes from.
+struct Place {
+    const std::string* input = nullptr;  ///< name of the input, which outlives the builder; null when there is only one
+    std::size_t line = 0;
+};
+
+class TableBuilder {
+public:
+    /// @param columns positions in the kind's columns that the table has, ascending
+    TableBuilder(const TableKind& kind, std::vector<std::size_t> columns);
+
+    /// Adds a row of fields, one for each column.
+    /// @param place for the report of a later row with the same key
+    /// @return empty, or why the row can't be taken
+    [[nodiscard]] std::string Add(const std::vector<CsvField>& fields, Place place);
+
+    /// Whether there is a row with that key.
+    [[nodiscard]] bool Has(std::string_view key) const;
+
+    [[nodiscard]] Recordset& Rows() { return rows_; }
+    [[nodiscard]] std::size_t Count() const { return count_; }
+
+private:
+    [[nodiscard]] std::string TakeKey(Value& key, Place place);
+
+    const TableKind& kind_;
+    std::vector<std::size_t> columns_;
+    Recordset rows_;
+    std::size_t count_ = 0;
+    std::unordered_map<std::string, Place> places_;  ///< of the keys so far
+};
+
+}  // namespace kel::kelsdb
