@@ -37,6 +37,18 @@ HKEY Predefined(Hive hive) {
     return known ? reinterpret_cast<HKEY>(static_cast<INT_PTR>(hive)) : nullptr;
 }
 
+// The system writes a missing terminator behind text where there is room, and does not count it. It counts here:
+// whoever takes the last character for the terminator must not lose a letter.
+RegistryValue Counted(DWORD type, const std::string& buffer, DWORD size, DWORD capacity) {
+    const auto kind = static_cast<ValueType>(type);
+    const bool text = kind == ValueType::Sz || kind == ValueType::ExpandSz || kind == ValueType::MultiSz;
+    RegistryValue value{kind, buffer.substr(0, size)};
+    if (text && size > 0 && size < capacity && value.data.back() != '\0') {
+        value.data += '\0';
+    }
+    return value;
+}
+
 class WindowsRegistryKey final : public platform::RegistryKey {
 public:
     explicit WindowsRegistryKey(KeyHandle handle) : handle_(std::move(handle)) {}
@@ -126,7 +138,7 @@ private:
         if (status != ERROR_SUCCESS) {
             return FromStatus(status);
         }
-        return RegistryValue{static_cast<ValueType>(type), data_.substr(0, size)};
+        return Counted(type, data_, size, capacity);
     }
 
     Result<NamedRegistryValue> EnumInto(std::uint32_t index, DWORD nameCapacity, DWORD dataCapacity) {
@@ -138,7 +150,7 @@ private:
         if (status != ERROR_SUCCESS) {
             return FromStatus(status);
         }
-        return NamedRegistryValue{name_.substr(0, nameLength), {static_cast<ValueType>(type), data_.substr(0, size)}};
+        return NamedRegistryValue{name_.substr(0, nameLength), Counted(type, data_, size, dataCapacity)};
     }
 
     KeyHandle handle_;
