@@ -191,7 +191,9 @@ Collection<std::string> UserCookieFoldersList(std::string_view path) {
     Trap(Module, "UserCookieFoldersList", [&] {
         const std::string profiles = WithBackslash(path);
         ForEachEntry(profiles + "*.", [&](const FindData& entry) {
-            if (!IsDots(entry.name) && (entry.attributes & platform::AttributeHidden) == 0) {
+            // The pattern means names without a dot; some machines let others through (Wine does).
+            const bool hasDot = entry.name.find('.') != std::string::npos;
+            if (!hasDot && (entry.attributes & platform::AttributeHidden) == 0) {
                 folders.Add(profiles + entry.name + R"(\cookies)");
             }
             return true;
