@@ -167,6 +167,28 @@ TEST_F(Containment, ARaceOfFileAndLinkNeverShowsTheOutside) {
     EXPECT_EQ(Get(Outside() / "secret.txt"), "secret");
 }
 
+TEST_F(Containment, AttributesAreNeverSetThroughALinkSwappedIn) {
+    chmod((Outside() / "secret.txt").c_str(), 0444);
+    Put(Root() / "f" / "file", "inside");
+    fs::create_symlink(Outside() / "secret.txt", Root() / "f" / "link");
+    std::atomic<bool> stop{false};
+    std::thread swapper([&] {
+        const std::string file = (Root() / "f" / "file").string();
+        const std::string link = (Root() / "f" / "link").string();
+        while (!stop) {
+            renameat2(AT_FDCWD, file.c_str(), AT_FDCWD, link.c_str(), RENAME_EXCHANGE);
+        }
+    });
+    for (int round = 0; round < 20'000; ++round) {
+        Files().SetAttributes("C:\\f\\file", platform::AttributeNormal);
+    }
+    stop = true;
+    swapper.join();
+    struct stat status {};
+    ASSERT_EQ(stat((Outside() / "secret.txt").c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 0777U, 0444U);
+}
+
 TEST_F(Containment, PipesSocketsAndDevicesAreNotOpened) {
     ASSERT_EQ(mkfifo((Root() / "pipe").c_str(), 0666), 0);
     const int server = socket(AF_UNIX, SOCK_STREAM, 0);

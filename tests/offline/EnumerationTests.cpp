@@ -256,7 +256,9 @@ TEST_F(Enumeration, AFolderOf100000FilesIsCheap) {
         EXPECT_EQ(count, 100'002);
         first = round == 0 ? ResidentKilobytes() : first;
     }
+#ifndef __SANITIZE_ADDRESS__  // which keeps freed memory for a while
     EXPECT_LT(ResidentKilobytes(), first + 20'000) << "a second walk needs no more memory";
+#endif
     EXPECT_TRUE(Files().PathExists("C:\\MANY\\F77776.DAT"));
     EXPECT_TRUE(Files().PathExists("C:\\MANY\\A LONGER FILE NAME 77777.DAT"));
 }

@@ -85,7 +85,6 @@ TEST_F(Platforms, WhatCanNotBeOpenedIsNamed) {
     options.machine = Outside() / "none";
     EXPECT_THROW(offline::OfflinePlatform{options}, offline::OpenError);
     options.machine.clear();
-    EXPECT_THROW(offline::OfflinePlatform{options}, offline::OpenError);
     options.drives = {{'D', Outside() / "none"}};
     try {
         const offline::OfflinePlatform platform(options);
@@ -95,6 +94,14 @@ TEST_F(Platforms, WhatCanNotBeOpenedIsNamed) {
     }
     options.drives = {{'1', Outside()}};
     EXPECT_THROW(offline::OfflinePlatform{options}, offline::OpenError);
+}
+
+TEST_F(Platforms, WithoutDrivesHostFoldersStillWork) {
+    offline::OfflinePlatform platform(offline::MachineOptions{});
+    EXPECT_TRUE(platform.View().files->LogicalDrives().empty());
+    const std::string root = platform.MountHost(Outside());
+    EXPECT_TRUE(platform.View().files->Open(root + "new", OpenMode::Create).Ok());
+    EXPECT_FALSE(platform.View().files->PathExists("C:\\"));
 }
 
 TEST_F(Platforms, AMachineThatDoesNotRunHasNoProcessesAndNoTokens) {

@@ -26,6 +26,7 @@ constexpr const char* NtfsAttributes = "system.ntfs_attrib";
 constexpr const char* NtfsTimes = "system.ntfs_times";
 constexpr const char* NtfsDosName = "system.ntfs_dos_name";
 constexpr const char* DosAttributes = "user.DOSATTRIB";
+constexpr const char* Carried = "user.ombrelane.";
 
 // Attributes that SetFileAttributes can change.
 constexpr std::uint32_t Settable = 0x1 | 0x2 | 0x4 | 0x20 | 0x100 | 0x1000 | 0x2000;
@@ -35,9 +36,10 @@ constexpr std::uint32_t KeptForFolders = KeptForFiles | platform::AttributeReadO
 
 constexpr mode_t AnyWrite = S_IWUSR | S_IWGRP | S_IWOTH;
 
-std::optional<std::string> ReadAttribute(const std::string& path, const char* name) {
+// `path` must be a folder's ProcPath, or a descriptor's own with `follow`.
+std::optional<std::string> ReadAttribute(const std::string& path, const char* name, bool follow = false) {
     std::array<char, 128> value{};
-    const ssize_t size = lgetxattr(path.c_str(), name, value.data(), value.size());
+    const ssize_t size = (follow ? getxattr : lgetxattr)(path.c_str(), name, value.data(), value.size());
     if (size < 0) {
         return std::nullopt;
     }
@@ -86,20 +88,57 @@ std::uint32_t PlainAttributes(const std::string& path, mode_t mode) {
     return attributes;
 }
 
+// `path` is a descriptor's own, here and below.
+SysError StoreNtfs(const std::string& path, std::uint32_t attributes) {
+    std::array<char, 4> bytes{};
+    for (std::size_t index = 0; index < bytes.size(); ++index) {
+        bytes[index] = static_cast<char>(attributes >> (8 * index) & 0xFF);
+    }
+    return setxattr(path.c_str(), NtfsAttributes, bytes.data(), bytes.size(), 0) == 0 ? SysError::Success
+                                                                                      : FromErrno(errno);
+}
+
 SysError StorePlain(const std::string& path, std::uint32_t kept) {
     if (kept == 0) {
-        if (lremovexattr(path.c_str(), DosAttributes) != 0 && errno != ENODATA && errno != ENOTSUP) {
+        if (removexattr(path.c_str(), DosAttributes) != 0 && errno != ENODATA && errno != ENOTSUP) {
             return FromErrno(errno);
         }
         return SysError::Success;
     }
     std::array<char, 16> text{};
     const int length = std::snprintf(text.data(), text.size(), "0x%x", kept);
-    if (lsetxattr(path.c_str(), DosAttributes, text.data(), static_cast<std::size_t>(length), 0) != 0 &&
+    if (setxattr(path.c_str(), DosAttributes, text.data(), static_cast<std::size_t>(length), 0) != 0 &&
         errno != ENOTSUP) {
         return FromErrno(errno);
     }
     return SysError::Success;
+}
+
+std::vector<std::string> AttributeNames(int fd) {
+    std::vector<char> buffer(64 * 1024);
+    const ssize_t size = flistxattr(fd, buffer.data(), buffer.size());
+    std::vector<std::string> names;
+    for (std::size_t at = 0; size > 0 && at < static_cast<std::size_t>(size); at += names.back().size() + 1) {
+        names.emplace_back(buffer.data() + at);
+    }
+    return names;
+}
+
+bool CopyAttribute(int from, const std::string& name, int to, const std::string& as) {
+    std::vector<char> value(64 * 1024);
+    const ssize_t length = fgetxattr(from, name.c_str(), value.data(), value.size());
+    return length >= 0 && fsetxattr(to, as.c_str(), value.data(), static_cast<std::size_t>(length), 0) == 0;
+}
+
+// What NTFS knows of a file is carried on other file systems under a name of ours, and given back to NTFS.
+void CopyNtfs(int from, int to, std::string_view name) {
+    const std::string own = "system." + std::string(name);
+    const std::string carried = Carried + std::string(name);
+    for (const std::string& source : {own, carried}) {
+        if (CopyAttribute(from, source, to, own) || CopyAttribute(from, source, to, carried)) {
+            return;
+        }
+    }
 }
 
 }  // namespace
@@ -141,26 +180,20 @@ Result<FindData> EntryData(int folder, const std::string& name, bool ntfs) {
 }
 
 SysError SetEntryAttributes(int folder, const std::string& name, bool ntfs, std::uint32_t attributes) {
+    // By a descriptor: changing a mode by name would follow a link that is put there meanwhile.
+    const HostFd entry = OpenBeneath(folder, name, O_PATH);
     struct stat status {};
-    if (fstatat(folder, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) {
+    if (!entry.Valid() || fstat(entry.Get(), &status) != 0) {
         return FromErrno(errno);
-    }
-    const std::string path = ProcPath(folder, name);
-    if (ntfs) {
-        const auto old = ReadAttribute(path, NtfsAttributes);
-        if (old && old->size() == 4) {
-            const std::uint32_t kept = static_cast<std::uint32_t>(LittleEndian(*old)) & ~Settable;
-            const std::uint32_t wanted = kept | (attributes & Settable);
-            std::array<char, 4> bytes{};
-            for (std::size_t index = 0; index < bytes.size(); ++index) {
-                bytes[index] = static_cast<char>(wanted >> (8 * index) & 0xFF);
-            }
-            return lsetxattr(path.c_str(), NtfsAttributes, bytes.data(), bytes.size(), 0) == 0 ? SysError::Success
-                                                                                               : FromErrno(errno);
-        }
     }
     if (!S_ISREG(status.st_mode) && !S_ISDIR(status.st_mode)) {
         return SysError::AccessDenied;  // a link has no attributes of its own
+    }
+    const std::string path = "/proc/self/fd/" + std::to_string(entry.Get());
+    const auto stored = ntfs ? ReadAttribute(path, NtfsAttributes, true) : std::nullopt;
+    if (stored && stored->size() == 4) {
+        const std::uint32_t kept = static_cast<std::uint32_t>(LittleEndian(*stored)) & ~Settable;
+        return StoreNtfs(path, kept | (attributes & Settable));
     }
     const bool isFolder = S_ISDIR(status.st_mode);
     const bool readOnly = (attributes & platform::AttributeReadOnly) != 0;
@@ -190,21 +223,9 @@ void CopyFileTraits(int from, int to) {
     if (fstat(from, &status) != 0) {
         return;
     }
-    std::vector<char> names(64 * 1024);
-    const ssize_t size = flistxattr(from, names.data(), names.size());
-    const auto copy = [&](const char* name) {
-        std::vector<char> value(64 * 1024);
-        const ssize_t length = fgetxattr(from, name, value.data(), value.size());
-        if (length >= 0) {
-            fsetxattr(to, name, value.data(), static_cast<std::size_t>(length), 0);
-        }
-    };
-    for (std::size_t at = 0; size > 0 && at < static_cast<std::size_t>(size);) {
-        const char* name = names.data() + at;
-        const std::string_view text = name;
-        at += text.size() + 1;
-        if (!text.starts_with("system.ntfs_")) {
-            copy(name);
+    for (const std::string& name : AttributeNames(from)) {
+        if (!name.starts_with("system.") && !name.starts_with(Carried)) {
+            CopyAttribute(from, name, to, name);
         }
     }
     if (fchown(to, status.st_uid, status.st_gid) != 0) {
@@ -213,10 +234,14 @@ void CopyFileTraits(int from, int to) {
     fchmod(to, status.st_mode & 07777U);
     const std::array<timespec, 2> times{status.st_atim, status.st_mtim};
     futimens(to, times.data());
-    // Not listed by the mount. The times come last, because setting the others is a change too.
-    for (const char* name : {"system.ntfs_acl", NtfsAttributes, "system.ntfs_crtime", NtfsTimes}) {
-        copy(name);
+    // The mount does not list its own. The times come last, because setting the others is a change too.
+    for (const std::string_view name : {"ntfs_acl", "ntfs_attrib", "ntfs_crtime", "ntfs_times"}) {
+        CopyNtfs(from, to, name);
     }
+}
+
+void CopyShortName(int from, int to) {
+    CopyNtfs(from, to, "ntfs_dos_name");
 }
 
 }  // namespace kel::offline

@@ -21,8 +21,11 @@ namespace kel::offline {
 /// The 8.3 name that NTFS has for an entry; empty when it has none of its own.
 [[nodiscard]] std::string NtfsShortName(int folder, const std::string& name);
 
-/// Copies attributes, times and what else belongs to a file from one open file to another. Attributes and times that
-/// the target can't keep are left out.
+/// Copies attributes, times and what else belongs to a file from one open file to another. What NTFS knows of it is
+/// carried on other file systems and given back when the file returns; what the target can't keep at all is left out.
 void CopyFileTraits(int from, int to);
+
+/// Copies the 8.3 name of NTFS. It belongs to a name and is lost when that changes: to be copied when `to` has its own.
+void CopyShortName(int from, int to);
 
 }  // namespace kel::offline

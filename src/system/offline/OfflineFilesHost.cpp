@@ -62,7 +62,8 @@ HostFd OpenBeneath(int folder, const std::string& name, int flags, mode_t mode) 
     static bool missing = false;  // of the process, as the kernel is
     if (!missing) {
         open_how how{};
-        how.flags = static_cast<__u64>(flags | O_CLOEXEC | O_NOFOLLOW | O_NOCTTY);
+        // With O_PATH nothing else is allowed.
+        how.flags = static_cast<__u64>(flags | O_CLOEXEC | O_NOFOLLOW | ((flags & O_PATH) != 0 ? 0 : O_NOCTTY));
         how.mode = (flags & O_CREAT) != 0 ? mode : 0;
         how.resolve = RESOLVE_BENEATH | RESOLVE_NO_SYMLINKS | RESOLVE_NO_MAGICLINKS;
         const long fd = syscall(SYS_openat2, folder, name.c_str(), &how, sizeof how);

@@ -77,6 +77,9 @@ SysError MoveAcross(const Place& from, const Place& to) {
         unlinkat(target, passing.c_str(), 0);
         return error;
     }
+    if (const HostFd named = OpenPlainFile(target, name, O_RDONLY); named.Valid()) {
+        CopyShortName(source.Get(), named.Get());
+    }
     // The new name must be on the medium before the old one goes.
     fsync(target);
     if (unlinkat(from.folder->Fd(), from.OnHost().c_str(), 0) != 0) {
