@@ -17,6 +17,7 @@ void PrintTo(const HeardThreat& heard, std::ostream* stream) {
 
 void ScanTest::Begin() {
     tables.WriteTo(AppFolder());
+    State().UserDataFolderIsSet = true;
     ASSERT_TRUE(scanner.InitializeScan());
     ASSERT_NE(scanner.Scan(), nullptr);
     Listen(*scanner.Scan()->Callback);
