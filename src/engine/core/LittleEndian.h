@@ -4,6 +4,7 @@
 #include <bit>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <string>
 
 namespace kel {
@@ -12,6 +13,10 @@ namespace kel {
 template <class Unsigned>
 [[nodiscard]] inline Unsigned LoadLittle(const std::uint8_t* at) {
     Unsigned number = 0;
+    if constexpr (std::endian::native == std::endian::little) {
+        std::memcpy(&number, at, sizeof number);
+        return number;
+    }
     for (std::size_t i = 0; i < sizeof(Unsigned); ++i) {
         number = static_cast<Unsigned>(number | static_cast<Unsigned>(static_cast<Unsigned>(at[i]) << (8 * i)));
     }

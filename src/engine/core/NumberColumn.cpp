@@ -39,19 +39,6 @@ std::size_t WidthOf(ColumnEncoding encoding) {
     }
 }
 
-std::uint32_t LoadOffset(const std::uint8_t* data, std::size_t width, std::size_t row) {
-    switch (width) {
-        case 1:
-            return data[row];
-        case 2:
-            return LoadLittle<std::uint16_t>(data + row * 2);
-        case 4:
-            return LoadLittle<std::uint32_t>(data + row * 4);
-        default:
-            return 0;
-    }
-}
-
 std::int32_t NumberOf(const Value& value) {
     if (const auto* flag = std::get_if<bool>(&value)) {
         return *flag ? -1 : 0;
@@ -93,13 +80,9 @@ bool NumberColumn::InRange() const {
     }
     std::uint32_t highest = 0;
     for (std::size_t row = 0; width_ != 0 && row < Rows(); ++row) {
-        highest = std::max(highest, LoadOffset(data_, width_, row));
+        highest = std::max(highest, Offset(row));
     }
     return base_ >= range.lowest && std::int64_t{base_} + highest <= range.highest;
-}
-
-std::int32_t NumberColumn::At(std::size_t row) const {
-    return static_cast<std::int32_t>(static_cast<std::uint32_t>(base_) + LoadOffset(data_, width_, row));
 }
 
 void NumberColumn::UseOwnForm() {

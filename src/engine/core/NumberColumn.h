@@ -25,7 +25,21 @@ protected:
     void KeepValues(const std::vector<std::uint32_t>& rows) override;
 
 private:
-    [[nodiscard]] std::int32_t At(std::size_t row) const;
+    [[nodiscard]] std::uint32_t Offset(std::size_t row) const {
+        switch (width_) {
+            case 1:
+                return data_[row];
+            case 2:
+                return LoadLittle<std::uint16_t>(data_ + row * 2);
+            case 4:
+                return LoadLittle<std::uint32_t>(data_ + row * 4);
+            default:
+                return 0;
+        }
+    }
+    [[nodiscard]] std::int32_t At(std::size_t row) const {
+        return static_cast<std::int32_t>(static_cast<std::uint32_t>(base_) + Offset(row));
+    }
     [[nodiscard]] bool InRange() const;
     void UseOwnForm();
     void Store(std::size_t row, std::int32_t number);

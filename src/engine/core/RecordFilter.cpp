@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <charconv>
 #include <limits>
-#include <optional>
 
 #include "core/RuntimeError.h"
 #include "core/Text.h"
@@ -19,13 +18,12 @@ unsigned char FoldAscii(char c) {
     return static_cast<unsigned char>(c >= 'A' && c <= 'Z' ? c - 'A' + 'a' : c);
 }
 
-std::optional<std::size_t> FirstBeyondAscii(std::string_view text) {
-    const auto found =
-        std::find_if(text.begin(), text.end(), [](char c) { return static_cast<unsigned char>(c) >= 0x80; });
-    return found == text.end() ? std::nullopt : std::optional(static_cast<std::size_t>(found - text.begin()));
+bool IsAscii(std::string_view text) {
+    return std::all_of(text.begin(), text.end(), [](char c) { return static_cast<unsigned char>(c) < 0x80; });
 }
 
-// Order of two texts by their bytes, where `right` is in lower case already.
+// Order of two texts by their bytes in lower case, where `right` is so already. Case folds character by character: up
+// to the first byte beyond ASCII nothing that follows matters, and the platform need not be asked.
 int CompareFolded(std::string_view left, std::string_view right) {
     const std::size_t common = std::min(left.size(), right.size());
     for (std::size_t i = 0; i < common; ++i) {
@@ -35,19 +33,15 @@ int CompareFolded(std::string_view left, std::string_view right) {
             return LCase(left).compare(right);
         }
         if (a != b) {
-            // The platform's rule is asked only when it could say something else than the bytes.
-            return FirstBeyondAscii(left) ? LCase(left).compare(right) : (a < b ? -1 : 1);
+            return a < b ? -1 : 1;
         }
-    }
-    if (left.size() != right.size() && FirstBeyondAscii(left)) {
-        return LCase(left).compare(right);
     }
     return left.size() == right.size() ? 0 : (left.size() < right.size() ? -1 : 1);
 }
 
 // Continues a hash with a text, as if it were in lower case, and its end.
 std::uint64_t HashText(std::uint64_t hash, std::string_view text) {
-    if (FirstBeyondAscii(text)) {
+    if (!IsAscii(text)) {
         for (const char c : LCase(text)) {
             hash = (hash ^ static_cast<unsigned char>(c)) * HashFactor;
         }

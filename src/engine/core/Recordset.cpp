@@ -5,10 +5,12 @@
 #include <optional>
 #include <utility>
 
+#include "core/NumberColumn.h"
 #include "core/RecordFilter.h"
 #include "core/RuntimeError.h"
 #include "core/SdbFile.h"
 #include "core/Text.h"
+#include "core/TextColumn.h"
 
 namespace kel {
 
@@ -231,10 +233,12 @@ struct Recordset::Impl {
 
 namespace {
 
-// The rows of one column that are not deleted.
+// The rows of one column that are not deleted. The type of column is known, so that a read costs one call.
+template <class Stored>
 class LiveColumn final : public Recordset::Column {
 public:
-    LiveColumn(const RecordColumn& column, std::vector<std::uint32_t> rows) : column_(column), rows_(std::move(rows)) {}
+    LiveColumn(const RecordColumn& column, std::vector<std::uint32_t> rows)
+        : column_(static_cast<const Stored&>(column)), rows_(std::move(rows)) {}
 
     [[nodiscard]] bool IsNull(std::size_t row) const override { return column_.IsNull(At(row)); }
     [[nodiscard]] std::int32_t Number(std::size_t row) const override { return column_.Number(At(row)); }
@@ -244,7 +248,7 @@ public:
 private:
     [[nodiscard]] std::size_t At(std::size_t row) const { return rows_.empty() ? row : rows_[row]; }
 
-    const RecordColumn& column_;
+    const Stored& column_;
     std::vector<std::uint32_t> rows_;  ///< empty when none is deleted
     mutable std::string scratch_;
 };
@@ -461,8 +465,17 @@ std::size_t Recordset::RowCount() const {
 std::unique_ptr<Recordset::Column> Recordset::ReadColumn(std::size_t position) const {
     impl_->RequireOpen();
     impl_->RequireField(position);
-    return std::make_unique<LiveColumn>(*impl_->columns[position],
-                                        impl_->deletedCount == 0 ? std::vector<std::uint32_t>() : impl_->LiveRows());
+    const RecordColumn& column = *impl_->columns[position];
+    auto rows = impl_->deletedCount == 0 ? std::vector<std::uint32_t>() : impl_->LiveRows();
+    switch (column.Definition().type) {
+        case FieldType::VarChar:
+            return std::make_unique<LiveColumn<TextColumn>>(column, std::move(rows));
+        case FieldType::Date:
+        case FieldType::Numeric:
+            return std::make_unique<LiveColumn<RealColumn>>(column, std::move(rows));
+        default:
+            return std::make_unique<LiveColumn<NumberColumn>>(column, std::move(rows));
+    }
 }
 
 }  // namespace kel

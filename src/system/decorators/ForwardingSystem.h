@@ -35,6 +35,7 @@ public:
     std::uint64_t Ticks() override { return inner_.Ticks(); }
     std::string DateText(platform::Date date) override { return inner_.DateText(date); }
     std::string ShortDateText(platform::Date date) override { return inner_.ShortDateText(date); }
+    platform::Result<platform::Date> ParseDate(std::string_view text) override { return inner_.ParseDate(text); }
     platform::Guid NewGuid() override { return inner_.NewGuid(); }
 
 protected:
