@@ -1,6 +1,8 @@
 // Attributes, times, opening, reading, writing, moving and deleting.
 #include <fcntl.h>
 #include <gmock/gmock.h>
+#include <signal.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/xattr.h>
 #include <unistd.h>
@@ -325,15 +327,42 @@ TEST(HostErrors, HaveThePlatformsNumbers) {
     EXPECT_EQ(FromErrno(EMFILE), SysError::TooManyOpenFiles);
 }
 
+// The limit on the size of files stands in for a disk without room: both are DiskFull to the machine.
 TEST_F(FileOperations, AFullDiskIsToldAsOne) {
-    if (access("/dev/shm", W_OK) != 0) {
-        GTEST_SKIP() << "no memory file system";
-    }
-    // The file size limit stands in for a disk without room: the host's EFBIG and ENOSPC are one to the machine.
-    auto file = Files().Open("C:\\big", OpenMode::Create);
+    rlimit old{};
+    ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &old), 0);
+    const auto handler = signal(SIGXFSZ, SIG_IGN);
+    const rlimit small{4096, old.rlim_max};
+    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &small), 0);
+    const SysError error = Write("C:\\big", std::string(10'000, 'x'));
+    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &old), 0);
+    signal(SIGXFSZ, handler);
+    EXPECT_EQ(error, SysError::DiskFull);
+    EXPECT_EQ(*Files().Length("C:\\big"), 4096U);
+}
+
+TEST_F(FileOperations, AMoveAcrossDrivesThatFindsNoRoomLeavesTheFile) {
+    const std::string host = Machine().MountHost(Outside());
+    Put(Root() / "file", std::string(10'000, 'x'));
+    rlimit old{};
+    ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &old), 0);
+    const auto handler = signal(SIGXFSZ, SIG_IGN);
+    const rlimit small{4096, old.rlim_max};
+    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &small), 0);
+    const SysError error = Files().Rename("C:\\file", host + "copy");
+    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &old), 0);
+    signal(SIGXFSZ, handler);
+    EXPECT_EQ(error, SysError::DiskFull);
+    EXPECT_EQ(*Files().Length("C:\\file"), 10'000U);
+    EXPECT_TRUE(fs::is_empty(Outside()));
+}
+
+TEST_F(FileOperations, PositionsBeyondAnyFileAreRefused) {
+    auto file = Files().Open("C:\\f", OpenMode::Create);
     ASSERT_TRUE(file.Ok());
-    EXPECT_EQ((*file)->Seek(0x7FFF'FFFF'FFFF'FFFEULL), SysError::InvalidParameter);
     EXPECT_EQ((*file)->Seek(0xFFFF'FFFF'FFFF'FFFFULL), SysError::InvalidParameter);
+    EXPECT_EQ((*file)->Seek(1'000'000), SysError::Success);
+    EXPECT_EQ(ReadFrom(**file, 10), "");
 }
 
 }  // namespace kel::test
