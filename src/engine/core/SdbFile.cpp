@@ -45,7 +45,7 @@ constexpr std::size_t ColumnSize = 24;
 constexpr std::size_t Alignment = 8;
 
 // From this size on a table of digests is read from the mapping, and not copied.
-constexpr std::size_t MapFrom = 1024 * 1024;
+constexpr std::size_t MapFrom = std::size_t{1024} * 1024;
 
 std::uint64_t ChecksumOf(Bytes image) {
     const XXH64_hash_t head = XXH3_64bits(image.data(), ChecksumAt);

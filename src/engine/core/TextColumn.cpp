@@ -10,7 +10,7 @@ namespace kel {
 
 namespace {
 
-constexpr std::size_t TidyFrom = 64 * 1024;
+constexpr std::size_t TidyFrom = std::size_t{64} * 1024;
 
 bool IsAscii(std::string_view text) {
     unsigned char all = 0;
