@@ -94,10 +94,36 @@ TEST_F(FileOperations, AttributesThatAnotherProgramStoredAreSeen) {
     Put(Root() / "file");
     ASSERT_EQ(setxattr((Root() / "file").c_str(), "user.DOSATTRIB", "0x6", 3, 0), 0);
     EXPECT_EQ(Attributes("C:\\file"), AttributeHidden | AttributeSystem | AttributeArchive);
-    chmod((Root() / "file").c_str(), 0444);
-    EXPECT_EQ(Attributes("C:\\file") & AttributeReadOnly, AttributeReadOnly);
     ASSERT_EQ(setxattr((Root() / "file").c_str(), "user.DOSATTRIB", "rubbish", 7, 0), 0);
+    EXPECT_EQ(Attributes("C:\\file"), AttributeArchive);
+    chmod((Root() / "file").c_str(), 0444);
     EXPECT_EQ(Attributes("C:\\file"), AttributeReadOnly | AttributeArchive);
+}
+
+TEST_F(FileOperations, WhatTheHostForbidsIsDenied) {
+    Put(Root() / "closed" / "inside");
+    Put(Root() / "secret");
+    Put(Root() / "fixed" / "file");
+    chmod((Root() / "closed").c_str(), 0);
+    chmod((Root() / "secret").c_str(), 0200);
+    chmod((Root() / "fixed").c_str(), 0555);
+    const bool superuser = geteuid() == 0;
+    if (superuser) {
+        ASSERT_EQ(seteuid(65534), 0);
+    }
+    EXPECT_EQ(FindError("C:\\closed\\*"), SysError::AccessDenied);
+    EXPECT_EQ(AttributesError("C:\\closed\\inside"), SysError::AccessDenied);
+    EXPECT_EQ(Attributes("C:\\closed") & AttributeDirectory, AttributeDirectory);
+    EXPECT_EQ(Files().Open("C:\\secret", OpenMode::Read).Error(), SysError::AccessDenied);
+    EXPECT_EQ(Files().View("C:\\secret").Error(), SysError::AccessDenied);
+    EXPECT_EQ(Files().Remove("C:\\fixed\\file"), SysError::AccessDenied);
+    EXPECT_EQ(Write("C:\\fixed\\new", "x"), SysError::AccessDenied);
+    EXPECT_EQ(Files().MakeFolder("C:\\fixed\\sub"), SysError::AccessDenied);
+    if (superuser) {
+        ASSERT_EQ(seteuid(0), 0);
+    }
+    chmod((Root() / "closed").c_str(), 0755);
+    chmod((Root() / "fixed").c_str(), 0755);
 }
 
 TEST_F(FileOperations, TimesAndSizeAreTheHosts) {
