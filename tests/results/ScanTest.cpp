@@ -42,8 +42,12 @@ protected:
 };
 
 TEST_F(ScanRecord, IdentityIsThirtyCharactersOfAGuid) {
-    EXPECT_THAT(scan->ScanID, ::testing::MatchesRegex("[0-9A-F]+-[0-9A-F]+-[0-9A-F]+-[0-9A-F]+-[0-9A-F]+"));
-    EXPECT_EQ(scan->ScanID.size(), 30U);
+    ASSERT_EQ(scan->ScanID.size(), 30U);
+    for (std::size_t at = 0; at < scan->ScanID.size(); ++at) {
+        const bool hyphen = at == 8 || at == 13 || at == 18 || at == 23;
+        const std::string allowed = hyphen ? "-" : "0123456789ABCDEF";
+        EXPECT_NE(allowed.find(scan->ScanID[at]), std::string::npos) << scan->ScanID << " at " << at;
+    }
     EXPECT_NE(scan->ScanID, Scan().ScanID);
 }
 

@@ -27,7 +27,7 @@ using platform::SysError;
     return std::to_string(number);
 }
 
-void RemoveKeyTree(platform::Registry& registry, const std::string& key) {
+[[maybe_unused]] void RemoveKeyTree(platform::Registry& registry, const std::string& key) {
     for (;;) {
         std::string child;
         {
