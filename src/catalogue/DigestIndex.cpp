@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <bit>
-#include <cstring>
 #include <limits>
 #include <utility>
 
@@ -12,21 +11,10 @@ namespace kel {
 
 namespace {
 
-constexpr std::size_t RowsPerBucket = 8;
+constexpr std::size_t RowsPerBucket = 4;
 // A bucket of more rows than this is kept in order and searched by halves. Digests are spread evenly, so only a table
 // that was made up to have such buckets has any.
-constexpr std::size_t SortedBucket = 32;
-
-// Spreads digests over 64 bits whose upper ones pick the bucket. The product makes counted-up digests of test data
-// spread like real ones.
-std::uint64_t Mix(const Digest& digest) noexcept {
-    std::uint64_t low = 0;
-    std::uint64_t high = 0;
-    std::memcpy(&low, digest.data(), sizeof low);
-    std::memcpy(&high, digest.data() + sizeof low, sizeof high);
-    const std::uint64_t mixed = (low ^ std::rotl(high, 29)) * 0x9E3779B97F4A7C15U;
-    return (mixed ^ (mixed >> 32)) * 0x9E3779B97F4A7C15U;
-}
+constexpr std::size_t SortedBucket = 24;
 
 constexpr std::uint8_t NoDigit = 0xFF;
 
@@ -46,50 +34,40 @@ constexpr std::array<std::uint8_t, 256> DigitValues = [] {
 }  // namespace
 
 std::optional<Digest> ParseDigest(std::string_view text) noexcept {
-    Digest digest;
-    if (text.size() != 2 * digest.size()) {
+    std::array<std::uint8_t, sizeof(Digest)> bytes{};
+    if (text.size() != 2 * bytes.size()) {
         return std::nullopt;
     }
     unsigned seen = 0;
-    for (std::size_t i = 0; i < digest.size(); ++i) {
+    for (std::size_t i = 0; i < bytes.size(); ++i) {
         const unsigned high = DigitValues[static_cast<unsigned char>(text[2 * i])];
         const unsigned low = DigitValues[static_cast<unsigned char>(text[2 * i + 1])];
         seen |= high | low;
-        digest[i] = static_cast<std::uint8_t>(high << 4 | (low & 0xFU));
+        bytes[i] = static_cast<std::uint8_t>(high << 4 | (low & 0xFU));
     }
     if ((seen & 0xF0U) != 0) {
         return std::nullopt;
     }
-    return digest;
+    return Digest::Of(bytes.data());
 }
 
-std::size_t DigestIndex::Bucket(const Digest& digest) const noexcept {
-    return static_cast<std::size_t>(Mix(digest) >> (64 - bits_));
-}
-
-const Signature* DigestIndex::Find(const Digest& digest) const noexcept {
+std::optional<Signature> DigestIndex::Find(const Digest& digest) const noexcept {
     if (count_ == 0) {
-        return nullptr;
+        return std::nullopt;
     }
     const std::size_t bucket = Bucket(digest);
-    const Row* first = rows_.get() + starts_[bucket];
+    const Row* found = rows_.get() + starts_[bucket];
     const Row* const last = rows_.get() + starts_[bucket + 1];
-    if (static_cast<std::size_t>(last - first) > SortedBucket) {
-        first =
-            std::lower_bound(first, last, digest, [](const Row& row, const Digest& key) { return row.digest < key; });
-        return first != last && first->digest == digest ? &first->signature : nullptr;
+    if (static_cast<std::size_t>(last - found) > SortedBucket) {
+        found =
+            std::lower_bound(found, last, digest, [](const Row& row, const Digest& key) { return row.Key() < key; });
+    } else {
+        found = std::find_if(found, last, [&](const Row& row) { return row.Key() == digest; });
     }
-    for (; first != last; ++first) {
-        if (first->digest == digest) {
-            return &first->signature;
-        }
+    if (found == last || found->Key() != digest) {
+        return std::nullopt;
     }
-    return nullptr;
-}
-
-void DigestIndex::Builder::Count(const Digest& digest) noexcept {
-    ++sizes_[static_cast<std::size_t>(Mix(digest) >> (64 - PartBits))];
-    ++index_.count_;
+    return Signature{found->threatID, found->optionalScan};
 }
 
 void DigestIndex::Builder::Allocate() {
@@ -104,11 +82,6 @@ void DigestIndex::Builder::Allocate() {
     index_.bits_ = std::max(PartBits, static_cast<unsigned>(std::bit_width(index_.count_ / RowsPerBucket)));
     index_.rows_ = std::make_unique_for_overwrite<Row[]>(index_.count_);
     index_.starts_.assign((std::size_t{1} << index_.bits_) + 1, 0);
-}
-
-void DigestIndex::Builder::Place(const Digest& digest, Signature signature) noexcept {
-    const auto part = static_cast<std::size_t>(Mix(digest) >> (64 - PartBits));
-    index_.rows_[next_[part]++] = {digest, signature};
 }
 
 std::optional<DigestIndex> DigestIndex::Builder::Finish() {
@@ -132,7 +105,7 @@ void DigestIndex::Builder::SortPart(std::size_t part, std::vector<Row>& scratch)
     const std::size_t buckets = std::size_t{1} << (index_.bits_ - PartBits);
     Row* const rows = index_.rows_.get() + first;
     std::uint32_t* const starts = index_.starts_.data() + part * buckets;
-    const auto bucketOf = [&](const Row& row) { return index_.Bucket(row.digest) - part * buckets; };
+    const auto bucketOf = [&](const Row& row) { return index_.Bucket(row.Key()) - part * buckets; };
 
     std::copy_n(rows, size, scratch.begin());
     for (std::size_t i = 0; i < size; ++i) {
@@ -154,13 +127,13 @@ bool DigestIndex::Builder::SortBucket(std::size_t first, std::size_t last) {
     Row* const from = index_.rows_.get() + first;
     Row* const to = index_.rows_.get() + last;
     if (last - first > SortedBucket) {
-        std::sort(from, to, [](const Row& left, const Row& right) { return left.digest < right.digest; });
+        std::sort(from, to, [](const Row& left, const Row& right) { return left.Key() < right.Key(); });
         return std::adjacent_find(from, to,
-                                  [](const Row& left, const Row& right) { return left.digest == right.digest; }) == to;
+                                  [](const Row& left, const Row& right) { return left.Key() == right.Key(); }) == to;
     }
     for (const Row* row = from; row != to; ++row) {
         for (const Row* other = from; other != row; ++other) {
-            if (row->digest == other->digest) {
+            if (row->Key() == other->Key()) {
                 return false;
             }
         }

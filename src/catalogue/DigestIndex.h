@@ -2,8 +2,11 @@
 #pragma once
 
 #include <array>
+#include <bit>
+#include <compare>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <memory>
 #include <optional>
 #include <string_view>
@@ -13,29 +16,57 @@
 
 namespace kel {
 
-using Digest = std::array<std::uint8_t, 16>;
+/// Sixteen bytes as two words, for quick comparison.
+struct Digest {
+    std::uint64_t first = 0;
+    std::uint64_t second = 0;
+
+    [[nodiscard]] static Digest Of(const std::uint8_t* bytes) noexcept {
+        Digest digest;
+        std::memcpy(&digest.first, bytes, sizeof digest.first);
+        std::memcpy(&digest.second, bytes + sizeof digest.first, sizeof digest.second);
+        return digest;
+    }
+
+    friend bool operator==(const Digest&, const Digest&) = default;
+    friend auto operator<=>(const Digest&, const Digest&) = default;
+};
 
 /// The digest that 32 hexadecimal digits of either case stand for; nothing for any other text.
 [[nodiscard]] std::optional<Digest> ParseDigest(std::string_view text) noexcept;
 
-/// A table that is built once and then only looked up. 24 bytes a row, grouped in buckets of about eight rows by some
-/// bits of the digest, and half a byte a row for where each bucket begins.
+/// A table that is built once and then only looked up. 24 bytes a row, grouped in buckets of about four rows by some
+/// bits of the digest, and a byte a row for where each bucket begins.
 class DigestIndex {
 public:
     [[nodiscard]] std::size_t Count() const noexcept { return count_; }
-    [[nodiscard]] const Signature* Find(const Digest& digest) const noexcept;
+    [[nodiscard]] std::optional<Signature> Find(const Digest& digest) const noexcept;
 
     /// Builds an index in two passes over the same rows: Count each, Allocate, Place each, Finish.
     class Builder;
 
 private:
+    // Without initial values: millions of them are made only to be filled.
     struct Row {
-        Digest digest;
-        Signature signature;
+        std::uint64_t first;
+        std::uint64_t second;
+        std::int32_t threatID;
+        std::int16_t optionalScan;
+
+        [[nodiscard]] Digest Key() const noexcept { return {first, second}; }
     };
     static_assert(sizeof(Row) == 24);
 
-    [[nodiscard]] std::size_t Bucket(const Digest& digest) const noexcept;
+    // Spreads digests over 64 bits, whose upper ones pick the bucket. The products make counted-up digests of test data
+    // spread like real ones.
+    static std::uint64_t Mix(const Digest& digest) noexcept {
+        constexpr std::uint64_t Factor = 0x9E3779B97F4A7C15U;
+        const std::uint64_t mixed = (digest.first ^ std::rotl(digest.second, 29)) * Factor;
+        return (mixed ^ (mixed >> 32)) * Factor;
+    }
+    [[nodiscard]] std::size_t Bucket(const Digest& digest) const noexcept {
+        return static_cast<std::size_t>(Mix(digest) >> (64 - bits_));
+    }
 
     std::size_t count_ = 0;
     unsigned bits_ = 0;                  ///< binary logarithm of the number of buckets
@@ -46,11 +77,16 @@ private:
 class DigestIndex::Builder {
 public:
     /// First pass.
-    void Count(const Digest& digest) noexcept;
+    void Count(const Digest& digest) noexcept {
+        ++sizes_[Part(digest)];
+        ++index_.count_;
+    }
     /// Between the passes. Error 6 for more rows than 32 bits can count.
     void Allocate();
     /// Second pass: the same digests, in any order.
-    void Place(const Digest& digest, Signature signature) noexcept;
+    void Place(const Digest& digest, Signature signature) noexcept {
+        index_.rows_[next_[Part(digest)]++] = {digest.first, digest.second, signature.ThreatID, signature.OptionalScan};
+    }
     /// Hands the index out. Nothing when a digest is there twice.
     [[nodiscard]] std::optional<DigestIndex> Finish();
 
@@ -59,6 +95,9 @@ private:
     static constexpr unsigned PartBits = 8;
     static constexpr std::size_t Parts = std::size_t{1} << PartBits;
 
+    static std::size_t Part(const Digest& digest) noexcept {
+        return static_cast<std::size_t>(Mix(digest) >> (64 - PartBits));
+    }
     void SortPart(std::size_t part, std::vector<Row>& scratch);
     [[nodiscard]] bool SortBucket(std::size_t first, std::size_t last);
 

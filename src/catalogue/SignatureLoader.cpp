@@ -1,7 +1,6 @@
 #include "catalogue/SignatureLoader.h"
 
 #include <algorithm>
-#include <cstring>
 #include <limits>
 #include <memory>
 #include <optional>
@@ -133,9 +132,7 @@ private:
             return std::nullopt;
         }
         if (const std::uint8_t* packed = keys_.Digest(row)) {
-            Digest digest;
-            std::memcpy(digest.data(), packed, digest.size());
-            return digest;
+            return Digest::Of(packed);
         }
         return ParseDigest(Trim(keys_.Text(row, scratch_)));
     }

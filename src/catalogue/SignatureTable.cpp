@@ -7,7 +7,7 @@ namespace kel {
 void SignatureTable::Add(std::string_view key, Signature signature) {
     if (digests_.Count() != 0) {
         const auto digest = ParseDigest(key);
-        if (digest && digests_.Find(*digest) != nullptr) {
+        if (digest && digests_.Find(*digest)) {
             Raise(ErrDuplicateKey);
         }
     }
@@ -19,8 +19,8 @@ void SignatureTable::Add(std::string_view key, Signature signature) {
 std::optional<Signature> SignatureTable::Find(std::string_view key) const {
     if (digests_.Count() != 0) {
         if (const auto digest = ParseDigest(key)) {
-            if (const Signature* found = digests_.Find(*digest)) {
-                return *found;
+            if (const auto found = digests_.Find(*digest)) {
+                return found;
             }
         }
     }

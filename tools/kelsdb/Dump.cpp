@@ -1,8 +1,9 @@
 #include <nlohmann/json.hpp>
 
-#include <array>
+#include <algorithm>
+#include <chrono>
 #include <cmath>
-#include <cstdio>
+#include <cstddef>
 #include <string>
 #include <variant>
 
@@ -19,24 +20,23 @@ namespace {
 
 constexpr long SecondsOfDay = 86400;
 
-// A date as ISO 8601 has it, in the local time in which it was kept.
+std::string Digits(long number, std::size_t count) {
+    const std::string digits = std::to_string(number);
+    return std::string(count - std::min(count, digits.size()), '0') + digits;
+}
+
+// A date as ISO 8601 has it, in the local time in which it was kept: days since 1899-12-30, with the time of day as the
+// fraction, which counts forward for days before that too.
 std::string IsoDate(Date date) {
-    const double day = std::floor(date.days);
-    long seconds = std::lround((date.days - day) * SecondsOfDay);
-    // Days since 1899-12-30 as a year that begins in March, so that leap days come last.
-    long days = static_cast<long>(day) + 693900 + (seconds == SecondsOfDay ? 1 : 0);
-    seconds %= SecondsOfDay;
-    const long era = (days >= 0 ? days : days - 146096) / 146097;
-    const long ofEra = days - era * 146097;
-    const long year = (ofEra - ofEra / 1460 + ofEra / 36524 - ofEra / 146096) / 365;
-    const long ofYear = ofEra - (365 * year + year / 4 - year / 100);
-    const long month = (5 * ofYear + 2) / 153;
-    const long dayOfMonth = ofYear - (153 * month + 2) / 5 + 1;
-    std::array<char, 64> text{};
-    std::snprintf(text.data(), text.size(), "%04ld-%02ld-%02ld %02ld:%02ld:%02ld",
-                  year + era * 400 + (month >= 10 ? 1 : 0), month < 10 ? month + 3 : month - 9, dayOfMonth,
-                  seconds / 3600, seconds / 60 % 60, seconds % 60);
-    return text.data();
+    using namespace std::chrono;
+    const double whole = std::trunc(date.days);
+    const long seconds = std::lround(std::abs(date.days - whole) * SecondsOfDay);
+    const sys_days day = sys_days{1899y / December / 30} + days{static_cast<int>(whole)} + days{seconds / SecondsOfDay};
+    const year_month_day calendar{day};
+    const long ofDay = seconds % SecondsOfDay;
+    return Digits(static_cast<int>(calendar.year()), 4) + "-" + Digits(static_cast<unsigned>(calendar.month()), 2) +
+           "-" + Digits(static_cast<unsigned>(calendar.day()), 2) + " " + Digits(ofDay / 3600, 2) + ":" +
+           Digits(ofDay / 60 % 60, 2) + ":" + Digits(ofDay % 60, 2);
 }
 
 std::string Utf8(const std::string& native) {

@@ -1,0 +1,205 @@
+#include "catalogue/SignatureTable.h"
+
+#include <algorithm>
+#include <random>
+
+#include "TableFiles.h"
+#include "catalogue/SignatureLoader.h"
+#include "core/RuntimeError.h"
+#include "support/EngineTest.h"
+
+namespace kel::test {
+namespace {
+
+template <class Statement>
+int ErrorOf(Statement&& statement) {
+    try {
+        statement();
+    } catch (const RuntimeError& error) {
+        return error.Number();
+    }
+    return 0;
+}
+
+std::string Hex(std::uint64_t first, std::uint64_t second) {
+    std::string text;
+    for (const std::uint64_t half : {first, second}) {
+        for (int shift = 60; shift >= 0; shift -= 4) {
+            text += "0123456789abcdef"[(half >> shift) & 15];
+        }
+    }
+    return text;
+}
+
+class Signatures : public EngineTest {
+protected:
+    // A table of digests as a load makes it.
+    static SignatureTable Digests(const std::vector<Row>& rows) {
+        Recordset recordset;
+        for (const FieldDefinition& field : KeyedFields()) {
+            recordset.AppendField(field.name, field.type, field.size);
+        }
+        recordset.Open();
+        for (const Row& row : rows) {
+            recordset.AddNew();
+            for (std::size_t i = 0; i < row.size(); ++i) {
+                recordset.Set(i, row[i]);
+            }
+            recordset.Update();
+        }
+        if (!rows.empty()) {
+            recordset.MoveFirst();
+        }
+        SignatureTable table(KeyForm::Digests);
+        LoadSignatures(recordset, table, NullKey::Failure);
+        return table;
+    }
+};
+
+TEST_F(Signatures, AnAbsentKeyIsAMissWithoutAnError) {
+    SignatureTable table(KeyForm::Texts);
+    EXPECT_EQ(table.Find("c:\\a"), std::nullopt);
+    table.Add("c:\\b", {1, 0});
+    EXPECT_EQ(table.Find("c:\\a"), std::nullopt);
+    EXPECT_EQ(table.Find(""), std::nullopt);
+}
+
+TEST_F(Signatures, AnElementUnderAnAbsentKeyIsError5) {
+    const SignatureTable table(KeyForm::Texts);
+    EXPECT_EQ(ErrorOf([&] { static_cast<void>(table.Item<clsDataFolder>("c:\\a")); }), ErrInvalidProcedureCall);
+}
+
+TEST_F(Signatures, AnElementUnderAKeyHasTheTextOfTheTable) {
+    SignatureTable table(KeyForm::Texts);
+    table.Add("C:\\Bad", {9, 2});
+    const auto folder = table.Item<clsDataFolder>("c:\\bad");
+    EXPECT_EQ(folder.Folder, "C:\\Bad");
+    EXPECT_EQ(folder.ThreatID, 9);
+    EXPECT_EQ(folder.OptionalScan, 2);
+}
+
+TEST_F(Signatures, TheSameKeyInAnotherCaseIsError457) {
+    SignatureTable table(KeyForm::Texts);
+    table.Add("C:\\Bad", {1, 0});
+    EXPECT_EQ(ErrorOf([&] { table.Add("c:\\bAD", {2, 0}); }), ErrDuplicateKey);
+    EXPECT_EQ(table.Count(), 1U);
+    EXPECT_EQ(table.Find("c:\\bad"), (Signature{1, 0}));
+}
+
+TEST_F(Signatures, LettersBeyondAsciiFoldToo) {
+    SignatureTable table(KeyForm::Texts);
+    const std::string upper = Machine().text->FromUtf8("C:\\\xC3\x84rger");
+    const std::string lower = Machine().text->FromUtf8("c:\\\xC3\xA4rger");
+    table.Add(upper, {1, 0});
+    EXPECT_EQ(table.Find(lower), (Signature{1, 0}));
+    EXPECT_EQ(table.At(1).Key, upper);
+}
+
+TEST_F(Signatures, AnIndexOutsideIsError9) {
+    SignatureTable table(KeyForm::Texts);
+    table.Add("a", {1, 0});
+    EXPECT_EQ(ErrorOf([&] { static_cast<void>(table.At(0)); }), ErrSubscriptOutOfRange);
+    EXPECT_EQ(ErrorOf([&] { static_cast<void>(table.At(2)); }), ErrSubscriptOutOfRange);
+}
+
+TEST_F(Signatures, ATableOfDigestsIsNotWalked) {
+    const SignatureTable table = Digests({{1, Hex(1, 2), 0}});
+    EXPECT_EQ(ErrorOf([&] { static_cast<void>(table.At(1)); }), ErrInvalidProcedureCall);
+}
+
+TEST_F(Signatures, AHundredThousandTextsAreAllFound) {
+    SignatureTable table(KeyForm::Texts);
+    for (std::int32_t i = 0; i < 100'000; ++i) {
+        table.Add("%windows%\\Part" + std::to_string(i), {i, static_cast<std::int16_t>(i % 7)});
+    }
+    for (std::int32_t i = 0; i < 100'000; ++i) {
+        ASSERT_EQ(table.Find("%windows%\\part" + std::to_string(i)), (Signature{i, static_cast<std::int16_t>(i % 7)}));
+    }
+    EXPECT_EQ(table.Find("%windows%\\part100000"), std::nullopt);
+    EXPECT_EQ(table.At(70'000).Key, "%windows%\\Part69999");
+}
+
+TEST_F(Signatures, AllLoadedDigestsAreFoundAndNoOther) {
+    std::mt19937_64 random(7);
+    std::vector<Row> rows;
+    for (std::int32_t i = 0; i < 20'000; ++i) {
+        rows.push_back({i, Hex(random(), random()), i % 5});
+    }
+    const SignatureTable table = Digests(rows);
+    ASSERT_EQ(table.Count(), rows.size());
+    for (const Row& row : rows) {
+        const auto found = table.Find(std::get<std::string>(row[1]));
+        ASSERT_TRUE(found);
+        EXPECT_EQ(found->ThreatID, std::get<std::int32_t>(row[0]));
+        EXPECT_EQ(found->OptionalScan, std::get<std::int32_t>(row[2]));
+    }
+    for (int i = 0; i < 20'000; ++i) {
+        ASSERT_EQ(table.Find(Hex(random(), random())), std::nullopt);
+    }
+}
+
+TEST_F(Signatures, CountedUpDigestsAreFound) {
+    std::vector<Row> rows;
+    for (std::int32_t i = 0; i < 5'000; ++i) {
+        rows.push_back({i, Hex(0, static_cast<std::uint64_t>(i)), 0});
+    }
+    const SignatureTable table = Digests(rows);
+    for (std::int32_t i = 0; i < 5'000; ++i) {
+        ASSERT_EQ(table.Find(Hex(0, static_cast<std::uint64_t>(i))), (Signature{i, 0}));
+    }
+    EXPECT_EQ(table.Find(Hex(0, 5'000)), std::nullopt);
+    EXPECT_EQ(table.Find(Hex(1, 0)), std::nullopt);
+}
+
+// Digests that were made to fall into one bucket: the second half undoes what the first adds to the mix.
+TEST_F(Signatures, DigestsOfOneBucketAreFoundAndTheirRepeatsToo) {
+    std::vector<Row> rows;
+    for (std::uint64_t i = 1; i <= 300; ++i) {
+        std::uint64_t first = i * 0x0101010101010101U;
+        std::uint64_t second = (first >> 29) | (first << 35);
+        // As bytes in the order of a digest's text.
+        const auto swap = [](std::uint64_t word) {
+            std::uint64_t swapped = 0;
+            for (int byte = 0; byte < 8; ++byte) {
+                swapped = swapped << 8 | ((word >> (8 * byte)) & 0xFF);
+            }
+            return swapped;
+        };
+        rows.push_back({static_cast<std::int32_t>(i), Hex(swap(first), swap(second)), 0});
+    }
+    std::shuffle(rows.begin(), rows.end(), std::mt19937_64(3));
+    const SignatureTable table = Digests(rows);
+    for (const Row& row : rows) {
+        ASSERT_EQ(table.Find(std::get<std::string>(row[1])), (Signature{std::get<std::int32_t>(row[0]), 0}));
+    }
+    rows.push_back(rows[17]);
+    EXPECT_EQ(ErrorOf([&] { Digests(rows); }), ErrDuplicateKey);
+}
+
+TEST_F(Signatures, KeysThatAreNoDigestAreKeptInATableOfDigests) {
+    const std::string long33 = Hex(1, 2) + "0";
+    const std::string noHex = "g" + Hex(1, 2).substr(1);
+    const SignatureTable table = Digests({{1, Hex(1, 2), 0}, {2, T("Not A Digest"), 1}, {3, long33, 0}, {4, noHex, 0}});
+    EXPECT_EQ(table.Count(), 4U);
+    EXPECT_EQ(table.Find("not a digest"), (Signature{2, 1}));
+    EXPECT_EQ(table.Find(long33), (Signature{3, 0}));
+    EXPECT_EQ(table.Find(noHex), (Signature{4, 0}));
+    EXPECT_EQ(table.Find(Hex(1, 2)), (Signature{1, 0}));
+}
+
+TEST_F(Signatures, WhatIsAddedBehindALoadIsCheckedAgainstIt) {
+    SignatureTable table = Digests({{1, Hex(1, 2), 0}});
+    EXPECT_EQ(ErrorOf([&] { table.Add(Hex(1, 2), {2, 0}); }), ErrDuplicateKey);
+    table.Add(Hex(3, 4), {3, 1});
+    EXPECT_EQ(table.Find(Hex(3, 4)), (Signature{3, 1}));
+    EXPECT_EQ(table.Count(), 2U);
+}
+
+TEST_F(Signatures, AClosedRecordsetCanNotBeLoaded) {
+    Recordset closed;
+    SignatureTable table(KeyForm::Texts);
+    EXPECT_EQ(ErrorOf([&] { LoadSignatures(closed, table, NullKey::Failure); }), ErrClosed);
+}
+
+}  // namespace
+}  // namespace kel::test
