@@ -55,11 +55,11 @@ std::string FromRegistry(std::string_view name) {
 }
 
 std::string Profile(const SpecialFolder& folder) {
-    if (std::string path = modFolderPaths::GetLocalPath(folder.number); !path.empty()) {
-        return path;
+    if (std::string special = modFolderPaths::GetLocalPath(folder.number); !special.empty()) {
+        return special;
     }
     // The start menu in place of the profile: another folder, and meant so.
-    const std::string path = WithBackslash(Read(platform::HiveCurrentUser, ShellFolders, folder.valueName));
+    std::string path = WithBackslash(Read(platform::HiveCurrentUser, ShellFolders, folder.valueName));
     if (paths::FolderExists(path)) {
         return path;
     }

@@ -144,7 +144,8 @@ void DeleteSubKeys(Hive hive, const std::string& key) {
         return;
     }
     for (const std::string& name : SubKeysOf(**open, TreeKeyBuffer)) {
-        DeleteSubKeys(hive, key + "\\" + name);
+        std::string subKey = key;
+        DeleteSubKeys(hive, subKey.append("\\").append(name));
         (*open)->RemoveKey(name);
     }
 }

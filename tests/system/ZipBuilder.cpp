@@ -91,7 +91,8 @@ std::string MakeZip(const std::vector<ZipItem>& items, const ZipShape& shape) {
         Append(directory, item.sizes64 ? 0xffffffffU : size, 4);
         Append(directory, item.name.size(), 2);
         Append(directory, extra.size(), 2);
-        Append(directory, 0, 2 + 2 + 2 + 4);
+        Append(directory, 0, 6);
+        Append(directory, 0, 4);
         Append(directory, item.sizes64 ? 0xffffffffU : localAt, 4);
         directory += item.name + extra;
     }
