@@ -76,7 +76,7 @@ void ReadRows(CsvReader& reader, const Header& header, TableBuilder& builder, Re
         for (std::size_t i = 0; i < fields.size(); ++i) {
             fields[i] = std::move(record[header.fields[i]]);
         }
-        if (const std::string reason = builder.Add(fields, {nullptr, reader.Line()}); !reason.empty()) {
+        if (const std::string reason = builder.Add(fields, reader.Line()); !reason.empty()) {
             rejections.Add(reader.Line(), reason);
         }
     }

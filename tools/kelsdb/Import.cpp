@@ -55,8 +55,8 @@ std::string RefuseDigest(std::string_view digest) {
 }
 
 // A hash that is there twice is no error: lists of files have the same file in two places. It is told and left out.
-void ReadList(ImportForm form, const CsvField& threat, Input& input, const std::string& name, TableBuilder& builder,
-              Rejections& rejections, std::ostream& notes) {
+void ReadList(ImportForm form, const CsvField& threat, Input& input, TableBuilder& builder, Rejections& rejections,
+              std::ostream& notes) {
     std::string text;
     for (std::size_t number = 1; std::getline(input.Stream(), text); ++number) {
         if (text.ends_with('\r')) {
@@ -71,8 +71,8 @@ void ReadList(ImportForm form, const CsvField& threat, Input& input, const std::
         } else if (!ParseDigest(line.digest)) {
             rejections.Add(number, RefuseDigest(line.digest));
         } else if (builder.Has(line.digest)) {
-            notes << name << ':' << number << ": left out, the hash is there already\n";
-        } else if (const auto reason = builder.Add({threat, {std::string(line.digest)}, {"0"}}, {&name, number});
+            notes << input.Name() << ':' << number << ": left out, the hash is there already\n";
+        } else if (const auto reason = builder.Add({threat, {std::string(line.digest)}, {"0"}}, number);
                    !reason.empty()) {
             rejections.Add(number, reason);
         }
@@ -89,7 +89,7 @@ int Import(tools::HostPlatform& host, ImportForm form, std::int32_t threat, cons
     for (const std::string& path : inputs) {
         Input input(path, streams.in);
         Rejections rejections(streams.err, input.Name());
-        ReadList(form, {Text(threat)}, input, path, builder, rejections, streams.err);
+        ReadList(form, {Text(threat)}, input, builder, rejections, streams.err);
         rejected += rejections.Count();
     }
     if (rejected != 0) {

@@ -26,7 +26,7 @@ TableBuilder::TableBuilder(const TableKind& kind, std::vector<std::size_t> colum
     rows_.Open();
 }
 
-std::string TableBuilder::Add(const std::vector<CsvField>& fields, Place place) {
+std::string TableBuilder::Add(const std::vector<CsvField>& fields, std::size_t line) {
     if (fields.size() != columns_.size()) {
         return Text(static_cast<std::int64_t>(fields.size())) + " fields instead of " +
                Text(static_cast<std::int64_t>(columns_.size()));
@@ -42,7 +42,7 @@ std::string TableBuilder::Add(const std::vector<CsvField>& fields, Place place) 
     }
     for (std::size_t i = 0; i < columns_.size(); ++i) {
         if (columns_[i] == kind_.key) {
-            if (std::string reason = TakeKey(values[i], place); !reason.empty()) {
+            if (std::string reason = TakeKey(values[i], line); !reason.empty()) {
                 return reason;
             }
         }
@@ -57,10 +57,10 @@ std::string TableBuilder::Add(const std::vector<CsvField>& fields, Place place) 
 }
 
 bool TableBuilder::Has(std::string_view key) const {
-    return places_.contains(Folded(key));
+    return lines_.contains(Folded(key));
 }
 
-std::string TableBuilder::TakeKey(Value& key, Place place) {
+std::string TableBuilder::TakeKey(Value& key, std::size_t line) {
     std::string folded = Folded(ToText(key));
     if (kind_.digests) {
         if (!ParseDigest(folded)) {
@@ -68,14 +68,12 @@ std::string TableBuilder::TakeKey(Value& key, Place place) {
         }
         key = folded;
     }
-    const auto [found, added] = places_.try_emplace(std::move(folded), place);
+    const auto [found, added] = lines_.try_emplace(std::move(folded), line);
     if (added) {
         return {};
     }
-    std::string reason(kind_.columns[kind_.key].name);
-    reason += " is there already, from ";
-    reason += found->second.input == nullptr ? "line " : *found->second.input + ":";
-    return reason + Text(static_cast<std::int64_t>(found->second.line));
+    return std::string(kind_.columns[kind_.key].name) + " is there already, from line " +
+           Text(static_cast<std::int64_t>(found->second));
 }
 
 }  // namespace kel::kelsdb

@@ -14,21 +14,15 @@
 
 namespace kel::kelsdb {
 
-/// Where a row comes from.
-struct Place {
-    const std::string* input = nullptr;  ///< name of the input, which outlives the builder; null when there is only one
-    std::size_t line = 0;
-};
-
 class TableBuilder {
 public:
     /// @param columns positions in the kind's columns that the table has, ascending
     TableBuilder(const TableKind& kind, std::vector<std::size_t> columns);
 
     /// Adds a row of fields, one for each column.
-    /// @param place for the report of a later row with the same key
+    /// @param line where the row comes from, for the report of a later row with the same key
     /// @return empty, or why the row can't be taken
-    [[nodiscard]] std::string Add(const std::vector<CsvField>& fields, Place place);
+    [[nodiscard]] std::string Add(const std::vector<CsvField>& fields, std::size_t line);
 
     /// Whether there is a row with that key.
     [[nodiscard]] bool Has(std::string_view key) const;
@@ -37,13 +31,13 @@ public:
     [[nodiscard]] std::size_t Count() const { return count_; }
 
 private:
-    [[nodiscard]] std::string TakeKey(Value& key, Place place);
+    [[nodiscard]] std::string TakeKey(Value& key, std::size_t line);
 
     const TableKind& kind_;
     std::vector<std::size_t> columns_;
     Recordset rows_;
     std::size_t count_ = 0;
-    std::unordered_map<std::string, Place> places_;  ///< of the keys so far
+    std::unordered_map<std::string, std::size_t> lines_;  ///< of the keys so far
 };
 
 }  // namespace kel::kelsdb
