@@ -41,27 +41,22 @@ std::string VariableForm(std::string_view path) {
     return folders ? folders->TranslateToVariablePath(path) : modFolderPaths::TranslateToVariablePath(path);
 }
 
-// The one place where a name that the platform can't take becomes the error that asks for the short name.
-bool ExistsOrBadName(std::string_view path) {
-    platform::Files& files = *platform::Current().files;
-    if (files.PathExists(path)) {
-        return true;
-    }
-    if (const auto attributes = files.Attributes(path); attributes.Error() == platform::SysError::InvalidName) {
-        paths::RaiseFileError(attributes.Error(), path);
-    }
-    return false;
-}
-
-// Size as the find data of the path have it: a folder's is 0.
-std::uint64_t LengthOf(std::string_view path) {
+// Bytes of a file, nothing when it is not there; a folder has none, as in its find data. The length alone tells of most
+// files that they are there. The one place where a name that the platform can't take becomes the error that asks for
+// the short name.
+std::optional<std::uint64_t> LengthIfThere(std::string_view path) {
     platform::Files& files = *platform::Current().files;
     const auto length = files.Length(path);
     if (length) {
         return *length;
     }
-    if (files.PathIsDirectory(path) != 0) {
-        return 0;
+    if (length.Error() != platform::SysError::InvalidName) {
+        if (!files.PathExists(path)) {
+            return std::nullopt;
+        }
+        if (files.PathIsDirectory(path) != 0) {
+            return 0;
+        }
     }
     paths::RaiseFileError(length.Error(), path);
 }
@@ -85,10 +80,11 @@ std::int32_t TestByDepth(std::string_view path, enScanDepth depth) {
 }
 
 std::int32_t Identify(std::string_view path, enScanDepth depth) {
-    if (!ExistsOrBadName(path)) {
+    const std::optional<std::uint64_t> length = LengthIfThere(path);
+    if (!length) {
         return 0;
     }
-    if (std::cmp_greater(LengthOf(path), OptMaxMD5Len())) {
+    if (std::cmp_greater(*length, OptMaxMD5Len())) {
         depth = scanshallow;
     }
     const std::int32_t threat = TestByDepth(path, depth);

@@ -92,7 +92,8 @@ bool Scanner::ResetScan() {
         ClearForScan();
         scanDriveAndPaths_ = std::make_shared<Paths>();
         ScanAbortFlag() = false;
-        if (const std::shared_ptr<kel::Scan> scan = CurrentScan()) {
+        if (CurrentScan()) {
+            const std::shared_ptr<kel::Scan> scan = RequireCurrentScan();
             scan->StartDate = Now();
             ClearCounters(*scan);
             SharedByScanners().threatsToClean = std::make_shared<kel::Scan::DetectedThreatCollection>();

@@ -180,17 +180,9 @@ public:
     RefusedName(platform::Files& inner, std::string refused) : ForwardingFiles(inner), refused_(std::move(refused)) {}
     std::vector<std::string> asked;
 
-    bool PathExists(std::string_view path) override {
-        asked.emplace_back(path);
-        return !Refuses(path) && Inner().PathExists(path);
-    }
-    platform::Result<std::uint32_t> Attributes(std::string_view path) override {
-        if (Refuses(path)) {
-            return platform::SysError::InvalidName;
-        }
-        return Inner().Attributes(path);
-    }
+    bool PathExists(std::string_view path) override { return !Refuses(path) && Inner().PathExists(path); }
     platform::Result<std::uint64_t> Length(std::string_view path) override {
+        asked.emplace_back(path);
         if (Refuses(path)) {
             return platform::SysError::InvalidName;
         }

@@ -228,9 +228,6 @@ public:
         return find;
     }
     bool PathExists(std::string_view path) override { return !Refuses(path) && Inner().PathExists(path); }
-    platform::Result<std::uint32_t> Attributes(std::string_view path) override {
-        return Refuses(path) ? platform::SysError::InvalidName : Inner().Attributes(path);
-    }
     platform::Result<std::uint64_t> Length(std::string_view path) override {
         return Refuses(path) ? platform::SysError::InvalidName : Inner().Length(path);
     }

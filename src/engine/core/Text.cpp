@@ -80,11 +80,19 @@ std::string_view Trim(std::string_view text) {
 }
 
 bool EqualText(std::string_view left, std::string_view right) {
-    if (IsAscii(left) && IsAscii(right)) {
-        return std::equal(left.begin(), left.end(), right.begin(), right.end(),
-                          [](char a, char b) { return LowerAscii(a) == LowerAscii(b); });
+    // While both are ASCII, characters stand at the same places, and the first difference decides.
+    const std::size_t common = std::min(left.size(), right.size());
+    for (std::size_t at = 0; at < common; ++at) {
+        const auto a = static_cast<unsigned char>(left[at]);
+        const auto b = static_cast<unsigned char>(right[at]);
+        if (a >= 0x80 || b >= 0x80) {
+            return left == right || LCase(left) == LCase(right);
+        }
+        if (LowerAscii(left[at]) != LowerAscii(right[at])) {
+            return false;
+        }
     }
-    return left == right || LCase(left) == LCase(right);
+    return left.size() == right.size();
 }
 
 std::size_t InStr(std::string_view text, std::string_view part) {
