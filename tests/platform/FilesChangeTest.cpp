@@ -49,7 +49,7 @@ TEST_F(FilesExistence, FolderIsSixteen) {
 TEST_F(FilesAttributes, AreReadBackAsSet) {
     Write("a.txt", "x");
     for (const std::uint32_t bits : {0U, 1U, 2U, 4U, 3U, 7U}) {
-        ASSERT_EQ(Files().SetAttributes(Path("a.txt"), bits), SysError::Success);
+        SetAttributes("a.txt", bits);
         EXPECT_EQ(Files().Attributes(Path("a.txt")).ValueOr(0) & Settable, bits);
     }
     ASSERT_EQ(Files().SetAttributes(Path("a.txt"), AttributeNormal), SysError::Success);
@@ -90,7 +90,7 @@ TEST_F(FilesAttributes, MissingFileAndMissingPathDiffer) {
 
 TEST_F(FilesAttributes, AreEnumerated) {
     Write("a.txt", "x");
-    Files().SetAttributes(Path("a.txt"), AttributeHidden | AttributeReadOnly);
+    SetAttributes("a.txt", AttributeHidden | AttributeReadOnly);
     platform::FindData entry;
     ASSERT_TRUE(Files().FindFirst(Path("a.txt"), entry).Ok());
     EXPECT_EQ(entry.attributes & Settable, AttributeHidden | AttributeReadOnly);
@@ -169,7 +169,7 @@ TEST_F(FilesRename, OnlyTheCaseCanChange) {
 
 TEST_F(FilesRename, ReadOnlyFileMovesAndKeepsItsAttributes) {
     Write("a.txt", "text");
-    Files().SetAttributes(Path("a.txt"), AttributeReadOnly | AttributeHidden);
+    SetAttributes("a.txt", AttributeReadOnly | AttributeHidden);
     EXPECT_EQ(Files().Rename(Path("a.txt"), Path("b.txt")), SysError::Success);
     EXPECT_EQ(Files().Attributes(Path("b.txt")).ValueOr(0) & Settable, AttributeReadOnly | AttributeHidden);
 }

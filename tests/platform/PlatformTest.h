@@ -33,11 +33,25 @@ protected:
     [[nodiscard]] platform::Files& Files() const { return *view_.files; }
     [[nodiscard]] platform::Registry& Registry() const { return *view_.registry; }
 
+    /// Windows 95, 98 and ME.
+    [[nodiscard]] bool OnWindows9x() const {
+        const auto version = view_.system->Version();
+        return version && version.Value().platformId == 1;
+    }
+
     /// A path in the test's own, at first empty folder.
     [[nodiscard]] std::string Path(std::string_view name) const { return machine_.Folder() + std::string(name); }
     void Write(std::string_view name, std::string_view bytes) { WriteFile(view_, Path(name), bytes); }
     [[nodiscard]] std::string Read(std::string_view name) { return ReadFile(view_, Path(name)); }
     void Folder(std::string_view name) { MakeFolder(view_, Path(name)); }
+
+    /// Sets attributes in two steps: Wine, run by an ordinary user, sets the others only while the file is writable.
+    void SetAttributes(std::string_view name, std::uint32_t attributes) {
+        for (const std::uint32_t bits :
+             {attributes & ~static_cast<std::uint32_t>(platform::AttributeReadOnly), attributes}) {
+            EXPECT_EQ(Files().SetAttributes(Path(name), bits), platform::SysError::Success) << name;
+        }
+    }
 
     /// Names of an enumeration in its order; fails the test when it does not end with NoMoreFiles.
     [[nodiscard]] std::vector<std::string> Names(std::string_view pattern) {

@@ -102,6 +102,9 @@ TEST_F(RegistryKeys, ClassesRootShowsTheMachinesClasses) {
 }
 
 TEST_F(RegistryRights, EnumeratingSubkeysAllowsNothingElse) {
+    if (OnWindows9x()) {
+        GTEST_SKIP() << "no rights on keys there";
+    }
     MakeKey("a");
     ASSERT_EQ(OpenKey()->Set("v", ValueType::Sz, "x\0"s), SysError::Success);
     const auto key = OpenKey({}, platform::AccessEnumerateSubKeys);
@@ -148,6 +151,9 @@ TEST_F(RegistryValues, ComeBackWithTypeAndBytes) {
         ASSERT_EQ(key->Set(row.name, row.type, row.data), SysError::Success) << row.name;
     }
     for (const StoredRow& row : StoredRows) {
+        if (OnWindows9x() && row.type == ValueType::Sz) {
+            continue;  // which stores text with one terminator, however it is given
+        }
         const auto value = key->Query(row.name);
         ASSERT_TRUE(value.Ok()) << row.name;
         EXPECT_EQ(value.Value().type, row.type) << row.name;

@@ -37,6 +37,26 @@ HKEY Predefined(Hive hive) {
     return known ? reinterpret_cast<HKEY>(static_cast<INT_PTR>(hive)) : nullptr;
 }
 
+// Windows 95, 98 and ME.
+bool OnWindows9x() {
+    static const bool is = (::GetVersion() & 0x80000000U) != 0;
+    return is;
+}
+
+// Windows 9x deletes a key with all its subkeys; the NT family refuses, and so does this.
+SysError RemoveEmptyKey(HKEY root, const std::string& path) {
+    if (OnWindows9x()) {
+        KeyHandle key;
+        char name[LongestKeyName];
+        DWORD length = sizeof(name);
+        if (::RegOpenKeyA(root, path.c_str(), key.Out()) == ERROR_SUCCESS &&
+            ::RegEnumKeyExA(key.Get(), 0, name, &length, nullptr, nullptr, nullptr, nullptr) == ERROR_SUCCESS) {
+            return SysError::AccessDenied;
+        }
+    }
+    return FromStatus(::RegDeleteKeyA(root, path.c_str()));
+}
+
 // The system writes a missing terminator behind text where there is room, and does not count it. It counts here:
 // whoever takes the last character for the terminator must not lose a letter.
 RegistryValue Counted(DWORD type, const std::string& buffer, DWORD size, DWORD capacity) {
@@ -76,9 +96,10 @@ public:
     }
 
     SysError Set(std::string_view name, ValueType type, std::string_view data) override {
-        // The system looks one byte behind unterminated text and counts a NUL that it finds there.
+        // The NT family looks one byte behind unterminated text and counts a NUL that it finds there. Windows 9x takes
+        // text up to its first NUL, whatever size it is told.
         std::string bytes(data);
-        bytes += '\x01';
+        bytes += OnWindows9x() ? '\0' : '\x01';
         return FromStatus(::RegSetValueExA(handle_.Get(), std::string(name).c_str(), 0, static_cast<DWORD>(type),
                                            reinterpret_cast<const BYTE*>(bytes.data()), Dword(data.size())));
     }
@@ -87,9 +108,7 @@ public:
         return FromStatus(::RegDeleteValueA(handle_.Get(), std::string(name).c_str()));
     }
 
-    SysError RemoveKey(std::string_view subKey) override {
-        return FromStatus(::RegDeleteKeyA(handle_.Get(), std::string(subKey).c_str()));
-    }
+    SysError RemoveKey(std::string_view subKey) override { return RemoveEmptyKey(handle_.Get(), std::string(subKey)); }
 
     Result<std::string> EnumKey(std::uint32_t index, std::size_t capacity) override {
         const std::size_t room = std::min(capacity, LongestKeyName);
@@ -193,7 +212,7 @@ Result<std::unique_ptr<platform::RegistryKey>> WindowsRegistry::Create(Hive hive
 
 SysError WindowsRegistry::RemoveKey(Hive hive, std::string_view key) {
     const HKEY root = Predefined(hive);
-    return root == nullptr ? SysError::InvalidHandle : FromStatus(::RegDeleteKeyA(root, std::string(key).c_str()));
+    return root == nullptr ? SysError::InvalidHandle : RemoveEmptyKey(root, std::string(key));
 }
 
 SysError WindowsRegistry::Commit() {
