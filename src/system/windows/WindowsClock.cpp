@@ -7,6 +7,7 @@
 
 #include <cstring>
 
+#include "windows/TickCount.h"
 #include "windows/Win32.h"
 
 namespace kel::windows {
@@ -36,11 +37,7 @@ Date WindowsClock::Now() {
 }
 
 std::uint64_t WindowsClock::Ticks() {
-    // The system's counter has 32 bits and begins again after 49.7 days. GetTickCount64 came with Vista.
-    const std::uint32_t now = ::GetTickCount();
-    ticks_ += static_cast<std::uint32_t>(now - lastTick_);
-    lastTick_ = now;
-    return ticks_;
+    return TickCount();
 }
 
 std::string WindowsClock::DateText(Date date) {

@@ -13,10 +13,6 @@ public:
     std::string ShortDateText(platform::Date date) override;
     platform::Result<platform::Date> ParseDate(std::string_view text) override;
     platform::Guid NewGuid() override;
-
-private:
-    std::uint64_t ticks_ = 0;
-    std::uint32_t lastTick_ = 0;
 };
 
 }  // namespace kel::windows
