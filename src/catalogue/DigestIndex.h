@@ -92,7 +92,7 @@ public:
 
 private:
     // A part is what one write stream fills in the second pass and what is then sorted while it lies in the cache.
-    static constexpr unsigned PartBits = 8;
+    static constexpr unsigned PartBits = 7;
     static constexpr std::size_t Parts = std::size_t{1} << PartBits;
 
     static std::size_t Part(const Digest& digest) noexcept {

@@ -3,6 +3,8 @@
 
 #include <gmock/gmock.h>
 
+#include <array>
+
 #include "ErrorNumber.h"
 #include "support/EngineTest.h"
 
@@ -346,6 +348,12 @@ TEST_F(Records, ColumnsReadWithoutMovingAndWhateverTheFilter) {
     EXPECT_EQ(names->Digest(0), nullptr);
     EXPECT_EQ(ErrorNumber([&] { (void)table.ReadColumn(2); }), ErrNotFound);
     EXPECT_EQ(ErrorNumber([&] { (void)numbers->Text(0); }), ErrTypeMismatch);
+
+    std::array<std::int32_t, 2> block{};
+    EXPECT_TRUE(numbers->Numbers(1, block));
+    EXPECT_EQ(block, (std::array<std::int32_t, 2>{3, 4}));
+    std::array<const std::uint8_t*, 1> digests{};
+    EXPECT_FALSE(names->Digests(0, digests));
 }
 
 TEST_F(Records, ClosingForgetsColumnsAndRows) {

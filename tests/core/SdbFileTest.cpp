@@ -2,6 +2,7 @@
 #include <gmock/gmock.h>
 #include <xxhash.h>
 
+#include <array>
 #include <cstring>
 #include <random>
 
@@ -414,6 +415,13 @@ TEST_F(TableFiles, LowerCaseDigestsArePackedAndReadAsText) {
             ASSERT_EQ(md5->Digest(row)[0], std::stoul(digests[row].substr(0, 2), nullptr, 16));
         }
     }
+    std::array<const std::uint8_t*, 3> block{};
+    EXPECT_TRUE(md5->Digests(6, block));
+    EXPECT_EQ(block[2], md5->Digest(8));
+    EXPECT_FALSE(md5->Digests(3, block)) << "one of them is null";
+    std::array<std::int32_t, 3> numbers{};
+    EXPECT_TRUE(threat->Numbers(299, numbers));
+    EXPECT_EQ(numbers, (std::array<std::int32_t, 3>{299, 0, 1}));
     loaded.SetFilter("MD5='" + digests[777] + "'");
     EXPECT_EQ(loaded.Get("ThreatID"), Value(777 % 300));
 

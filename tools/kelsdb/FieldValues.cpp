@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <optional>
 #include <string_view>
+#include <utility>
 
 #include "core/Text.h"
 #include "kelsdb/Utf8.h"
@@ -14,10 +15,12 @@ namespace kel::kelsdb {
 
 namespace {
 
-using Outcome = std::variant<Value, Refusal>;
+FieldOutcome Take(Value value) {
+    return {std::move(value), {}};
+}
 
-Refusal Refuse(const ColumnKind& column, std::string_view reason) {
-    return {std::string(column.name) + " " + std::string(reason)};
+FieldOutcome Refuse(const ColumnKind& column, std::string_view reason) {
+    return {{}, std::string(column.name) + " " + std::string(reason)};
 }
 
 template <class Number>
@@ -38,16 +41,16 @@ constexpr std::array BooleanWords{BooleanWord{"true", true}, BooleanWord{"false"
                                   BooleanWord{"no", false},  BooleanWord{"1", true},      BooleanWord{"0", false},
                                   BooleanWord{"-1", true}};
 
-Outcome BooleanValue(const ColumnKind& column, std::string_view text) {
+FieldOutcome BooleanValue(const ColumnKind& column, std::string_view text) {
     for (const BooleanWord& entry : BooleanWords) {
         if (EqualText(entry.word, text)) {
-            return Value(entry.value);
+            return Take(entry.value);
         }
     }
     return Refuse(column, "is neither true nor false");
 }
 
-Outcome TextValue(const ColumnKind& column, std::string_view text) {
+FieldOutcome TextValue(const ColumnKind& column, std::string_view text) {
     const auto characters = CountCharacters(text);
     if (!characters) {
         return Refuse(column, "is no UTF-8");
@@ -67,17 +70,17 @@ Outcome TextValue(const ColumnKind& column, std::string_view text) {
     if (rules.ToUtf8(native) != text) {
         return Refuse(column, "has characters that this system's code page lacks");
     }
-    return Value(std::move(native));
+    return Take(std::move(native));
 }
 
-Outcome EmptyValue(const ColumnKind& column) {
+FieldOutcome EmptyValue(const ColumnKind& column) {
     switch (column.empty) {
         case EmptyField::Null:
-            return Value(Null{});
+            return Take(Null{});
         case EmptyField::Text:
-            return Value(std::string());
+            return Take(std::string());
         case EmptyField::Zero:
-            return Value(std::int32_t{0});
+            return Take(std::int32_t{0});
         case EmptyField::Refused:
             break;
     }
@@ -86,7 +89,7 @@ Outcome EmptyValue(const ColumnKind& column) {
 
 }  // namespace
 
-std::variant<Value, Refusal> FieldValue(const ColumnKind& column, const CsvField& field) {
+FieldOutcome FieldValue(const ColumnKind& column, const CsvField& field) {
     if (field.text.empty() && !field.quoted) {
         return EmptyValue(column);
     }
@@ -105,7 +108,7 @@ std::variant<Value, Refusal> FieldValue(const ColumnKind& column, const CsvField
         return Refuse(column, column.type == FieldType::SmallInt ? "is no whole number from -32768 to 32767"
                                                                  : "is no whole number of 32 bits");
     }
-    return Value(*number);
+    return Take(*number);
 }
 
 }  // namespace kel::kelsdb

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <string>
-#include <variant>
 
 #include "core/Value.h"
 #include "kelsdb/Csv.h"
@@ -10,12 +9,12 @@
 
 namespace kel::kelsdb {
 
-/// Why a field can't be taken.
-struct Refusal {
-    std::string reason;
+struct FieldOutcome {
+    Value value;
+    std::string refusal;  ///< not empty: why there is no value
 };
 
 /// The value of a UTF-8 field, texts in the machine's code page, or why there is none.
-[[nodiscard]] std::variant<Value, Refusal> FieldValue(const ColumnKind& column, const CsvField& field);
+[[nodiscard]] FieldOutcome FieldValue(const ColumnKind& column, const CsvField& field);
 
 }  // namespace kel::kelsdb

@@ -34,11 +34,11 @@ std::string TableBuilder::Add(const std::vector<CsvField>& fields, std::size_t l
     std::vector<Value> values;
     values.reserve(fields.size());
     for (std::size_t i = 0; i < fields.size(); ++i) {
-        auto outcome = FieldValue(kind_.columns[columns_[i]], fields[i]);
-        if (const auto* refusal = std::get_if<Refusal>(&outcome)) {
-            return refusal->reason;
+        FieldOutcome outcome = FieldValue(kind_.columns[columns_[i]], fields[i]);
+        if (!outcome.refusal.empty()) {
+            return outcome.refusal;
         }
-        values.push_back(std::move(std::get<Value>(outcome)));
+        values.push_back(std::move(outcome.value));
     }
     for (std::size_t i = 0; i < columns_.size(); ++i) {
         if (columns_[i] == kind_.key) {

@@ -243,10 +243,29 @@ public:
     [[nodiscard]] bool IsNull(std::size_t row) const override { return column_.IsNull(At(row)); }
     [[nodiscard]] std::int32_t Number(std::size_t row) const override { return column_.Number(At(row)); }
     [[nodiscard]] std::string_view Text(std::size_t row) const override { return column_.Text(At(row), scratch_); }
+    [[nodiscard]] bool Numbers(std::size_t first, std::span<std::int32_t> into) const override {
+        return Block(first, into, [this](std::size_t row) { return column_.Number(row); });
+    }
     [[nodiscard]] const std::uint8_t* Digest(std::size_t row) const override { return column_.Digest(At(row)); }
+    [[nodiscard]] bool Digests(std::size_t first, std::span<const std::uint8_t*> into) const override {
+        return Block(first, into, [this](std::size_t row) { return column_.Digest(row); }) &&
+               (into.empty() || into.front() != nullptr);
+    }
 
 private:
     [[nodiscard]] std::size_t At(std::size_t row) const { return rows_.empty() ? row : rows_[row]; }
+
+    template <class Item, class Read>
+    bool Block(std::size_t first, std::span<Item> into, Read&& read) const {
+        for (std::size_t i = 0; i < into.size(); ++i) {
+            const std::size_t row = At(first + i);
+            if (column_.IsNull(row)) {
+                return false;
+            }
+            into[i] = read(row);
+        }
+        return true;
+    }
 
     const Stored& column_;
     std::vector<std::uint32_t> rows_;  ///< empty when none is deleted

@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -88,10 +89,14 @@ public:
         [[nodiscard]] virtual bool IsNull(std::size_t row) const = 0;
         /// Only for Integer, SmallInt and Boolean columns, not null.
         [[nodiscard]] virtual std::int32_t Number(std::size_t row) const = 0;
+        /// The numbers of the rows from `first` on, for loops over millions of them. False when one of them is null.
+        [[nodiscard]] virtual bool Numbers(std::size_t first, std::span<std::int32_t> into) const = 0;
         /// Only for VarChar columns, not null. In the machine's code page; valid until the next call.
         [[nodiscard]] virtual std::string_view Text(std::size_t row) const = 0;
         /// Sixteen bytes when the column is stored as packed lower-case hexadecimal digests, else null.
         [[nodiscard]] virtual const std::uint8_t* Digest(std::size_t row) const = 0;
+        /// The digests of the rows from `first` on. False when one of them is null, or the column is not stored so.
+        [[nodiscard]] virtual bool Digests(std::size_t first, std::span<const std::uint8_t*> into) const = 0;
     };
     [[nodiscard]] std::size_t RowCount() const;
     [[nodiscard]] std::unique_ptr<Column> ReadColumn(std::size_t position) const;
