@@ -1,0 +1,31 @@
+// Notices what of a machine could not be looked at, so that a scan never passes over it in silence.
+#pragma once
+
+#include <functional>
+#include <string_view>
+
+#include "decorators/ForwardingFiles.h"
+
+namespace kel::frontend {
+
+/// Passes everything on; calls `unreadable` for each folder that could not be listed and each file that could not be
+/// opened or read, for another reason than that it is not there.
+class ReadWatch : public decorators::ForwardingFiles {
+public:
+    using Report = std::function<void(std::string_view path, platform::SysError error)>;
+
+    /// `inner` must outlive the object.
+    ReadWatch(platform::Files& inner, Report unreadable);
+
+    platform::Result<std::unique_ptr<platform::Find>> FindFirst(std::string_view pattern,
+                                                                platform::FindData& first) override;
+    platform::Result<std::unique_ptr<platform::OpenFile>> Open(std::string_view path, platform::OpenMode mode) override;
+    platform::Result<std::unique_ptr<platform::FileView>> View(std::string_view path) override;
+
+private:
+    void Note(std::string_view path, platform::SysError error) const;
+
+    Report unreadable_;
+};
+
+}  // namespace kel::frontend
