@@ -218,12 +218,14 @@ TEST(Texts, LowerAndUpperAreEachOthersWayBack) {
     offline::OfflineText text;
     for (unsigned code = 0x80; code < 0xD800; ++code) {
         std::string character;
+        const auto append = [&](unsigned byte) { character.push_back(static_cast<char>(byte)); };
         if (code < 0x800) {
-            character = {static_cast<char>(0xC0 | code >> 6), static_cast<char>(0x80 | (code & 0x3F))};
+            append(0xC0 | code >> 6);
         } else {
-            character = {static_cast<char>(0xE0 | code >> 12), static_cast<char>(0x80 | (code >> 6 & 0x3F)),
-                         static_cast<char>(0x80 | (code & 0x3F))};
+            append(0xE0 | code >> 12);
+            append(0x80 | (code >> 6 & 0x3F));
         }
+        append(0x80 | (code & 0x3F));
         EXPECT_EQ(text.ToUpper(text.ToLower(character)), text.ToUpper(character));
         EXPECT_EQ(text.ToLower(text.ToUpper(character)), text.ToLower(character));
     }

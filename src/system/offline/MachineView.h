@@ -18,8 +18,9 @@ namespace kel::offline {
 /// not empty and no folder.
 [[nodiscard]] MachineKind DetectKind(const std::filesystem::path& machine);
 
-/// The machine's drives: a Wine prefix's `dosdevices` (without a link to the host's root), C: for any other folder,
-/// with the drives of the options in place of those of the same letter. In the order of the letters.
+/// The machine's drives: C: for a Wine prefix's `drive_c` or for any other folder, and the drives of the options, which
+/// take the place of one of the same letter. The links of a prefix's `dosdevices` may lead anywhere on the host, so
+/// none is followed: name such a drive in the options. In the order of the letters.
 [[nodiscard]] std::vector<DriveMapping> MachineDrives(const MachineOptions& options, MachineKind kind);
 
 /// Gives the host's path behind a path of the machine, if it exists there.

@@ -1,0 +1,329 @@
+#include "offline/MachineView.h"
+
+#include <algorithm>
+#include <array>
+#include <map>
+
+#include "offline/OfflineRegistry.h"
+#include "offline/OfflineSystem.h"
+#include "offline/OfflineVersion.h"
+#include "offline/RegistryText.h"
+#include "offline/ShellFolderTable.h"
+#include "offline/UserProfiles.h"
+#include "offline/WineRegistryFile.h"
+#include "offline/WineServerLock.h"
+
+namespace kel::offline {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr std::string_view CurrentVersion = "Software\\Microsoft\\Windows\\CurrentVersion";
+constexpr std::string_view ShellFoldersKey = "Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\Shell Folders";
+constexpr std::string_view UserShellFoldersKey =
+    "Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\User Shell Folders";
+constexpr std::u16string_view DefaultSid = u"S-1-5-21-0-0-0-1000";
+
+constexpr std::array<std::string_view, 2> WindowsFolders{"C:\\WINDOWS", "C:\\WINNT"};
+
+bool IsFolder(const fs::path& path) {
+    std::error_code error;
+    return fs::is_directory(path, error);
+}
+
+bool IsFile(const fs::path& path) {
+    std::error_code error;
+    return fs::is_regular_file(path, error);
+}
+
+// A folder below another by a name in any case, so that a disk mounted with its own case is found.
+std::optional<fs::path> Below(const fs::path& folder, std::string_view name) {
+    std::error_code error;
+    for (const auto& entry : fs::directory_iterator(folder, error)) {
+        if (LowerAscii(entry.path().filename().string()) == name && entry.is_directory(error)) {
+            return entry.path();
+        }
+    }
+    return std::nullopt;
+}
+
+std::u16string SidOf(const WineRegistryFile& file) {
+    const std::u16string relative = file.RelativeTo();
+    const std::size_t last = relative.rfind(u'\\');
+    return last == std::u16string::npos || last + 1 == relative.size() ? std::u16string(DefaultSid)
+                                                                       : relative.substr(last + 1);
+}
+
+std::string Joined(const std::vector<UserProfile>& users) {
+    std::string names;
+    for (const UserProfile& user : users) {
+        names += (names.empty() ? "" : ", ") + user.name;
+    }
+    return names;
+}
+
+}  // namespace
+
+MachineKind DetectKind(const fs::path& machine) {
+    if (machine.empty()) {
+        return MachineKind::BareFolder;
+    }
+    if (!IsFolder(machine)) {
+        throw OpenError(machine.string() + " is no folder");
+    }
+    if (IsFile(machine / "system.reg") && IsFolder(machine / "drive_c")) {
+        return MachineKind::WinePrefix;
+    }
+    for (const std::string_view windows : {"windows", "winnt"}) {
+        const auto folder = Below(machine, windows);
+        const auto system = folder ? Below(*folder, "system32") : std::nullopt;
+        if (system && Below(*system, "config")) {
+            return MachineKind::WindowsDisk;
+        }
+    }
+    return MachineKind::BareFolder;
+}
+
+std::vector<DriveMapping> MachineDrives(const MachineOptions& options, MachineKind kind) {
+    std::map<char, fs::path> drives;
+    if (!options.machine.empty()) {
+        drives['C'] = kind == MachineKind::WinePrefix ? options.machine / "drive_c" : options.machine;
+    }
+    for (const DriveMapping& drive : options.drives) {
+        drives[drive.letter] = drive.folder;
+    }
+    std::vector<DriveMapping> list;
+    for (const auto& [letter, folder] : drives) {
+        list.push_back({letter, folder});
+    }
+    return list;
+}
+
+struct MachineView::Impl {
+    platform::Files& files;
+    MachineKind kind = MachineKind::BareFolder;
+    std::string windows;
+    ProfileLayout layout;
+    std::vector<UserProfile> users;  // the chosen one first
+    OfflineRegistry registry;
+    OfflineSystem system;
+
+    explicit Impl(platform::Files& machineFiles) : files(machineFiles) {}
+
+    void OpenWineRegistry(const MachineOptions& options);
+    void FindWindows();
+    void ChooseUser(const std::string& name);
+    void FillSystem();
+    [[nodiscard]] std::string Profile() const { return users.empty() ? std::string() : users.front().folder; }
+    [[nodiscard]] std::optional<std::string> Named(const ShellFolder& folder);
+    [[nodiscard]] std::string Usual(const ShellFolder& folder) const;
+};
+
+void MachineView::Impl::OpenWineRegistry(const MachineOptions& options) {
+    const fs::path& prefix = options.machine;
+    if (options.writable) {
+        const std::string lock = HeldServerLock(prefix);
+        if (!lock.empty()) {
+            throw OpenError(prefix.string() + " is in use: its Wine server holds " + lock +
+                            "; end its programs (wineserver -k) before it is changed");
+        }
+    }
+    registry.Add({u"MACHINE"}, std::make_unique<WineRegistryFile>(prefix / "system.reg", prefix));
+    if (IsFile(prefix / "userdef.reg")) {
+        registry.Add({u"USER", u".DEFAULT"}, std::make_unique<WineRegistryFile>(prefix / "userdef.reg", prefix));
+    }
+    if (IsFile(prefix / "user.reg")) {
+        auto user = std::make_unique<WineRegistryFile>(prefix / "user.reg", prefix);
+        const std::u16string sid = SidOf(*user);
+        registry.Add({u"USER", sid}, std::move(user));
+        registry.SetCurrentUser(sid);
+    }
+    registry.SetWritable(options.writable);
+}
+
+void MachineView::Impl::FindWindows() {
+    const auto named =
+        ReadText(registry, platform::HiveLocalMachine, "Software\\Microsoft\\Windows NT\\CurrentVersion", "SystemRoot");
+    if (named && files.PathIsDirectory(*named) != 0) {
+        windows = *named;
+        return;
+    }
+    for (const std::string_view folder : WindowsFolders) {
+        if (files.PathIsDirectory(folder) != 0) {
+            windows = folder;
+            return;
+        }
+    }
+}
+
+void MachineView::Impl::ChooseUser(const std::string& name) {
+    layout = FindProfiles(files, windows);
+    users = ListUsers(files, layout);
+    if (name.empty()) {
+        if (users.size() > 1) {
+            throw OpenError("the machine has several users, name one of them: " + Joined(users));
+        }
+        return;
+    }
+    const std::string wanted = LowerAscii(name);
+    const auto chosen = std::find_if(users.begin(), users.end(), [&](const UserProfile& user) {
+        return user.name == name || LowerAscii(user.name) == wanted;
+    });
+    if (chosen == users.end()) {
+        throw OpenError("the machine has no user " + name +
+                        (users.empty() ? std::string(" (none at all)") : "; it has: " + Joined(users)));
+    }
+    std::rotate(users.begin(), chosen, chosen + 1);
+}
+
+void MachineView::Impl::FillSystem() {
+    system.SetVersion(kind == MachineKind::WinePrefix ? VersionOfWinePrefix(registry)
+                      : registry.Empty()              ? VersionFromFolders(files)
+                                                      : VersionFromRegistry(registry));
+    if (windows.empty()) {
+        return;
+    }
+    const auto machineText = [&](std::string_view name, std::string usual) {
+        return ReadText(registry, platform::HiveLocalMachine, CurrentVersion, name).value_or(std::move(usual));
+    };
+    const std::string drive = windows.substr(0, 2);
+    system.SetVariable("SystemDrive", drive);
+    system.SetVariable("SystemRoot", windows);
+    system.SetVariable("windir", windows);
+    system.SetVariable("ComSpec", windows + "\\system32\\cmd.exe");
+    system.SetVariable("Path", windows + "\\system32;" + windows + ";" + windows + "\\system32\\wbem");
+    system.SetVariable("ProgramFiles", machineText("ProgramFilesDir", drive + "\\Program Files"));
+    system.SetVariable("CommonProgramFiles", machineText("CommonFilesDir", drive + "\\Program Files\\Common Files"));
+    system.SetVariable("ALLUSERSPROFILE", layout.allUsers);
+    if (layout.modern) {
+        system.SetVariable("PUBLIC", layout.profiles + "\\Public");
+        system.SetVariable("ProgramData", layout.allUsers);
+    }
+    if (users.empty()) {
+        return;
+    }
+    const std::string profile = Profile();
+    system.SetVariable("USERNAME", users.front().name);
+    system.SetVariable("USERPROFILE", profile);
+    system.SetVariable("HOMEDRIVE", profile.substr(0, 2));
+    system.SetVariable("HOMEPATH", profile.substr(2));
+    for (const auto& [name, identifier] : {std::pair{"APPDATA", 26}, std::pair{"LOCALAPPDATA", 28}}) {
+        for (const ShellFolder& folder : ShellFolders) {
+            if (folder.identifier == identifier) {
+                system.SetVariable(name, Named(folder).value_or(Usual(folder)));
+            }
+        }
+    }
+    const std::string temp =
+        ReadText(registry, platform::HiveCurrentUser, "Environment", "TEMP")
+            .value_or(profile + (layout.modern ? "\\AppData\\Local\\Temp" : "\\Local Settings\\Temp"));
+    system.SetVariable("TEMP", system.Expand(temp));
+    system.SetVariable("TMP", system.Expand(temp));
+}
+
+// The registry's own word comes first: `User Shell Folders` is what the shell goes by.
+std::optional<std::string> MachineView::Impl::Named(const ShellFolder& folder) {
+    if (folder.value.empty()) {
+        return std::nullopt;
+    }
+    const platform::Hive hive =
+        folder.base == FolderBase::AllUsers ? platform::HiveLocalMachine : platform::HiveCurrentUser;
+    for (const std::string_view key : {UserShellFoldersKey, ShellFoldersKey}) {
+        const auto text = ReadText(registry, hive, key, folder.value);
+        if (text && !text->empty()) {
+            return system.Expand(*text);
+        }
+    }
+    return std::nullopt;
+}
+
+std::string MachineView::Impl::Usual(const ShellFolder& folder) const {
+    std::string base;
+    switch (folder.base) {
+        case FolderBase::Profile:
+            base = Profile();
+            break;
+        case FolderBase::AllUsers:
+            base = layout.allUsers;
+            break;
+        case FolderBase::Windows:
+            base = windows;
+            break;
+        case FolderBase::Drive:
+            base = windows.substr(0, 2);
+            break;
+    }
+    if (base.empty()) {
+        return {};
+    }
+    std::string_view rest = layout.modern ? folder.sinceVista : folder.upToXp;
+    if (rest.starts_with("..\\")) {
+        base.resize(base.rfind('\\'));
+        rest.remove_prefix(3);
+    }
+    return rest.empty() ? base : base + "\\" + std::string(rest);
+}
+
+MachineView::MachineView(const MachineOptions& options, platform::Files& files, const HostPathFunction& /*hostPath*/)
+    : impl_(std::make_unique<Impl>(files)) {
+    impl_->kind = DetectKind(options.machine);
+    if (impl_->kind == MachineKind::WinePrefix) {
+        impl_->OpenWineRegistry(options);
+    }
+    impl_->FindWindows();
+    impl_->ChooseUser(options.user);
+    impl_->FillSystem();
+}
+
+MachineView::~MachineView() = default;
+
+MachineKind MachineView::Kind() const {
+    return impl_->kind;
+}
+
+std::vector<std::string> MachineView::Users() const {
+    std::vector<std::string> names;
+    for (const UserProfile& user : impl_->users) {
+        names.push_back(user.name);
+    }
+    return names;
+}
+
+const std::string& MachineView::WindowsFolder() const {
+    return impl_->windows;
+}
+
+platform::Registry& MachineView::Registry() {
+    return impl_->registry;
+}
+
+bool MachineView::HasRegistry() const {
+    return !impl_->registry.Empty();
+}
+
+platform::SystemInfo& MachineView::System() {
+    return impl_->system;
+}
+
+platform::Result<std::string> MachineView::SpecialFolder(int identifier) {
+    for (const ShellFolder& folder : ShellFolders) {
+        if (folder.identifier != identifier) {
+            continue;
+        }
+        // Program Files has names of its own in the registry.
+        std::string path = folder.identifier == 38   ? impl_->system.Environment("ProgramFiles")
+                           : folder.identifier == 43 ? impl_->system.Environment("CommonProgramFiles")
+                                                     : impl_->Named(folder).value_or(impl_->Usual(folder));
+        while (path.size() > 3 && path.back() == '\\') {
+            path.pop_back();
+        }
+        if (path.empty() || impl_->files.PathIsDirectory(path) == 0) {
+            return platform::SysError::FileNotFound;
+        }
+        return path;
+    }
+    return platform::SysError::FileNotFound;
+}
+
+}  // namespace kel::offline
