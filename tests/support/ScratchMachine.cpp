@@ -93,6 +93,9 @@ constexpr std::string_view SystemReg =
     "\n"
     "#arch=win64\n"
     "\n"
+    "[Software\\\\Classes] 1700000000\n"
+    "#time=1da1747c9e5c000\n"
+    "\n"
     "[Software\\\\Microsoft\\\\Windows NT\\\\CurrentVersion] 1700000000\n"
     "#time=1da1747c9e5c000\n"
     "\"CSDVersion\"=\"Service Pack 3\"\n"
@@ -138,10 +141,28 @@ ScratchMachine::ScratchMachine() : impl_(std::make_unique<Impl>()) {
     EXPECT_NE(mkdtemp(pattern.data()), nullptr);
     impl_->root = pattern;
     const fs::path drive = impl_->root / "drive_c";
-    for (const char* folder :
-         {"windows/system32", "windows/system", "windows/temp", "Program Files/Common Files", "ProgramData",
-          "users/Public/Desktop", "users/tester/AppData/Roaming", "users/tester/AppData/Local", "users/tester/Desktop",
-          "users/tester/Favorites", "users/tester/Start Menu/Programs/StartUp"}) {
+    const std::string menu = "Microsoft/Windows/Start Menu/Programs/StartUp";
+    for (const std::string& folder :
+         std::vector<std::string>{"windows/system32",
+                                  "windows/system",
+                                  "windows/temp",
+                                  "Program Files/Common Files",
+                                  "ProgramData/" + menu,
+                                  "users/Public/Desktop",
+                                  "users/Public/Documents",
+                                  "users/Public/Favorites",
+                                  "users/tester/AppData/Roaming/" + menu,
+                                  "users/tester/AppData/Roaming/Microsoft/Windows/Recent",
+                                  "users/tester/AppData/Roaming/Microsoft/Windows/SendTo",
+                                  "users/tester/AppData/Roaming/Microsoft/Windows/Templates",
+                                  "users/tester/AppData/Local/Temp",
+                                  "users/tester/AppData/Local/Microsoft/Windows/INetCache",
+                                  "users/tester/AppData/Local/Microsoft/Windows/INetCookies",
+                                  "users/tester/AppData/Local/Microsoft/Windows/History",
+                                  "users/tester/Desktop",
+                                  "users/tester/Documents",
+                                  "users/tester/Favorites",
+                                  "users/tester/Pictures"}) {
         fs::create_directories(drive / folder);
     }
     WriteHostFile(impl_->root / "system.reg", SystemReg);
