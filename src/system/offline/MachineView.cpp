@@ -94,6 +94,7 @@ std::vector<DriveMapping> MachineDrives(const MachineOptions& options, MachineKi
         drives[drive.letter] = drive.folder;
     }
     std::vector<DriveMapping> list;
+    list.reserve(drives.size());
     for (const auto& [letter, folder] : drives) {
         list.push_back({letter, folder});
     }
@@ -284,6 +285,7 @@ MachineKind MachineView::Kind() const {
 
 std::vector<std::string> MachineView::Users() const {
     std::vector<std::string> names;
+    names.reserve(impl_->users.size());
     for (const UserProfile& user : impl_->users) {
         names.push_back(user.name);
     }

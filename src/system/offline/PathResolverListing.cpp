@@ -15,7 +15,6 @@
 namespace kel::offline {
 
 using platform::Result;
-using platform::SysError;
 
 namespace {
 

@@ -366,11 +366,11 @@ WineRegistryFile::Rendering WineRegistryFile::RenderAll() const {
         const KeyId key = pending.back();
         pending.pop_back();
         const Node& node = nodes_[key];
+        const bool told = key == Root() ? !Values(key).empty()
+                                        : node.touched && (node.children.empty() || !Values(key).empty() || node.link);
         if (node.section != NoSection) {
             before = node.section;
-        } else if (node.touched && key != Root() && (node.children.empty() || !Values(key).empty() || node.link)) {
-            added[before].push_back(key);
-        } else if (key == Root() && !Values(key).empty()) {
+        } else if (told) {
             added[before].push_back(key);
         }
         const std::size_t first = pending.size();
