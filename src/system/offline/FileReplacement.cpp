@@ -110,7 +110,8 @@ void CopyExtendedAttributes(const std::filesystem::path& from, int to) {
 
 }  // namespace
 
-Result<WholeFile> ReadWhole(const std::filesystem::path& path, std::uint64_t limit) {
+Result<FileIdentity> ReadWhole(const std::filesystem::path& path, std::uint64_t limit,
+                               const std::function<char*(std::size_t)>& room) {
     // Without O_NONBLOCK a named pipe in the file's place would hold us for ever.
     const Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
     struct stat status {};
@@ -123,12 +124,13 @@ Result<WholeFile> ReadWhole(const std::filesystem::path& path, std::uint64_t lim
     if (static_cast<std::uint64_t>(status.st_size) > limit) {
         return SysError::BadLength;
     }
-    WholeFile whole;
-    whole.identity = IdentityOf(status);
-    whole.bytes.resize(static_cast<std::size_t>(status.st_size));
-    std::size_t filled = 0;
-    while (filled < whole.bytes.size()) {
-        const ssize_t count = ::read(file.Number(), whole.bytes.data() + filled, whole.bytes.size() - filled);
+    const auto size = static_cast<std::size_t>(status.st_size);
+    char* bytes = room(size);
+    if (bytes == nullptr && size != 0) {
+        return SysError::NotEnoughMemory;
+    }
+    for (std::size_t filled = 0; filled < size;) {
+        const ssize_t count = ::read(file.Number(), bytes + filled, size - filled);
         if (count < 0 && errno == EINTR) {
             continue;
         }
@@ -136,11 +138,23 @@ Result<WholeFile> ReadWhole(const std::filesystem::path& path, std::uint64_t lim
             return FromErrno(errno);
         }
         if (count == 0) {
-            break;
+            return SysError::BadLength;
         }
         filled += static_cast<std::size_t>(count);
     }
-    whole.bytes.resize(filled);
+    return IdentityOf(status);
+}
+
+Result<WholeFile> ReadWhole(const std::filesystem::path& path, std::uint64_t limit) {
+    WholeFile whole;
+    const auto identity = ReadWhole(path, limit, [&](std::size_t size) {
+        whole.bytes.resize(size);
+        return whole.bytes.data();
+    });
+    if (!identity) {
+        return identity.Error();
+    }
+    whole.identity = *identity;
     return whole;
 }
 

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <string>
 #include <string_view>
 
@@ -26,6 +27,10 @@ struct WholeFile {
     FileIdentity identity;
 };
 [[nodiscard]] platform::Result<WholeFile> ReadWhole(const std::filesystem::path& path, std::uint64_t limit);
+/// The same into the caller's memory. The file's size is the identity's: BadLength also when it shrinks meanwhile.
+/// @param room gives memory of that size, or null, which is answered with NotEnoughMemory
+[[nodiscard]] platform::Result<FileIdentity> ReadWhole(const std::filesystem::path& path, std::uint64_t limit,
+                                                       const std::function<char*(std::size_t)>& room);
 
 /// One replacement under way: a temporary file in the same folder, then a rename over the old file. What was prepared
 /// and not committed is removed by the destructor.

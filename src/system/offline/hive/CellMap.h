@@ -55,6 +55,8 @@ public:
             return true;
         return Discover(cell);
     }
+    /// Whether a cell is known to begin there; asks no bin that was not read.
+    [[nodiscard]] bool IsKnown(std::uint32_t cell) const noexcept { return starts_.Test(cell / 8); }
     [[nodiscard]] std::uint64_t FileOffset(std::uint32_t cell) const noexcept { return PageSize + std::uint64_t{cell}; }
     [[nodiscard]] std::byte* At(std::uint32_t offset) const noexcept { return image_->Data() + PageSize + offset; }
     [[nodiscard]] const std::vector<Bin>& Bins() const noexcept { return bins_; }

@@ -28,6 +28,13 @@ public:
     /// The root, which no key may list.
     void ClaimRoot(std::uint32_t cell) { claimed_.Set(cell / 8); }
 
+    /// New records begin to live between two offsets: references that are stored there were never refused.
+    void Renew(std::uint32_t begin, std::uint32_t end) noexcept {
+        for (std::uint32_t at = begin; !refused_.Empty() && at < end; at += 4)
+            refused_.Clear(at / 4);
+        for (std::uint32_t cell = begin; !shared_.Empty() && cell < end; cell += 8)
+            shared_.Clear(cell / 8);
+    }
     /// Ends the taking of claims, when the whole hive has been walked: what was refused stays refused, everything else
     /// is allowed. From then on references may move.
     void Freeze() { frozen_ = true; }

@@ -42,16 +42,11 @@ void HiveImage::Release() noexcept {
     size_ = capacity_ = 0;
 }
 
-bool HiveImage::Map(int descriptor, std::size_t size) {
-    Release();
-    if (size == 0)
-        return true;
-    void* mapped = ::mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_PRIVATE, descriptor, 0);
-    if (mapped == MAP_FAILED)
+bool HiveImage::Assign(std::span<const std::byte> bytes) {
+    if (!Resize(bytes.size()))
         return false;
-    data_ = static_cast<std::byte*>(mapped);
-    size_ = size;
-    capacity_ = size;
+    if (!bytes.empty())
+        std::memcpy(data_, bytes.data(), bytes.size());
     return true;
 }
 

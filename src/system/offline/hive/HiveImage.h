@@ -1,4 +1,4 @@
-// The bytes of a hive in memory: a private mapping of its file, or memory of our own once it grew.
+// The bytes of a hive in memory. Read, not mapped: a failing disk or a file cut short under us would end the process.
 #pragma once
 
 #include <cstddef>
@@ -6,7 +6,7 @@
 
 namespace kel::offline::regf {
 
-/// Movable owner of a mapping. Changes stay in memory. Pointers into it end with Resize.
+/// Movable owner of whole pages. Pointers into it end with Resize.
 class HiveImage {
 public:
     HiveImage() = default;
@@ -16,8 +16,8 @@ public:
     HiveImage& operator=(const HiveImage&) = delete;
     ~HiveImage();
 
-    /// Maps `size` bytes of the open file, copy on write. False when the kernel refuses.
-    bool Map(int descriptor, std::size_t size);
+    /// Takes a copy. False when there is no memory.
+    bool Assign(std::span<const std::byte> bytes);
     /// Makes the size `size`; new bytes are zero. False when there is no memory; then nothing changed.
     bool Resize(std::size_t size);
 

@@ -76,6 +76,9 @@ public:
     virtual void Discard() = 0;
 };
 
+/// Deletes a direct subkey with all that is below it; what could be deleted before an error stays deleted.
+platform::SysError DeleteTree(RegistryTree& tree, KeyId parent, std::u16string_view name);
+
 inline bool RegistryTree::IsLink(KeyId key) const {
     const auto target = FindValue(key, u"SymbolicLinkValue");
     return target.Ok() && target->type == 6;
