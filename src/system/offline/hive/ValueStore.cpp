@@ -10,6 +10,8 @@ namespace {
 constexpr std::size_t LargestResident = 4;
 constexpr std::size_t GrowthDivisor = 8;
 constexpr std::size_t LargestSegmentCount = 0xFFFF;
+// A full segment's cell has four bytes that are not used; other readers take every segment's for such.
+constexpr std::size_t SegmentSlack = 4;
 // NT 3.1 is not known to keep data in the record of a value.
 constexpr std::uint32_t FirstMinorWithResident = 2;
 
@@ -40,7 +42,7 @@ bool ValueStore::StoreSegments(std::span<const std::byte> data, Stored& stored) 
     while (cells.back() != NoCell && cells.size() < count + 2) {
         const std::size_t at = (cells.size() - 2) * db::SegmentSize;
         const std::span<const std::byte> segment = data.subspan(at, std::min(db::SegmentSize, data.size() - at));
-        cells.push_back(space_.Allocate(segment.size()));
+        cells.push_back(space_.Allocate(segment.size() + SegmentSlack));
         if (cells.back() != NoCell)
             std::memcpy(Field(cells.back(), 0), segment.data(), segment.size());
     }
