@@ -34,50 +34,39 @@ public:
 
     Counts Run() {
         reader_.Cells().LoadAll();
-        std::vector<Step> pending{{reader_.Root(), 0}};
-        std::vector<std::uint32_t> found;
-        while (!pending.empty()) {
-            const Step step = pending.back();
-            pending.pop_back();
-            Enter(step);
-            reader_.Values(step.key, found);
-            for (const std::uint32_t value : found)
+        std::vector<std::uint32_t> values;
+        reader_.ForEachKey([&](std::uint32_t key, std::uint32_t depth) {
+            Enter(key, depth);
+            reader_.Values(key, values);
+            for (const std::uint32_t value : values)
                 Value(value);
-            reader_.Subkeys(step.key, found);
-            for (std::size_t i = found.size(); i-- > 0;)
-                pending.push_back({found[i], step.depth + 1});
-        }
+        });
         End();
         return counts_;
     }
 
 private:
-    struct Step {
-        std::uint32_t key = 0;
-        std::size_t depth = 0;
-    };
-
-    void Enter(const Step& step) {
+    void Enter(std::uint32_t key, std::uint32_t depth) {
         // The path is kept as it is written: the names above stay, what was deeper goes.
-        if (step.depth == 0) {
+        if (depth == 0) {
             ends_ = {path_.size()};
         } else {
-            ends_.resize(step.depth);
+            ends_.resize(depth);
             path_.resize(ends_.back());
             if (format_ == Format::Text) {
                 std::string name;
-                AppendQuoted(name, reader_.KeyName(step.key).Text());
+                AppendQuoted(name, reader_.KeyName(key).Text());
                 path_ += '\\';
                 path_.append(name, 1, name.size() - 2);
             } else {
                 path_ += path_.empty() ? "" : ",";
-                AppendQuoted(path_, reader_.KeyName(step.key).Text());
+                AppendQuoted(path_, reader_.KeyName(key).Text());
             }
             ends_.push_back(path_.size());
         }
         ++counts_.keys;
-        const std::u16string className = reader_.ClassName(step.key);
-        const std::uint64_t written = reader_.LastWritten(step.key);
+        const std::u16string className = reader_.ClassName(key);
+        const std::uint64_t written = reader_.LastWritten(key);
         if (format_ == Format::Text) {
             line_ += '[';
             line_ += path_.empty() ? "\\" : path_;

@@ -5,6 +5,11 @@
 #include <iterator>
 
 namespace kel::offline::regf {
+namespace {
+
+constexpr std::size_t PrefetchDistance = 512;
+
+}  // namespace
 
 void CellMap::AddRun(std::uint32_t begin, std::uint32_t end, bool sound) {
     const auto index = static_cast<std::uint32_t>(bins_.size());
@@ -70,6 +75,7 @@ void CellMap::LoadBin(std::size_t index) const {
     std::uint32_t at = bin.begin + static_cast<std::uint32_t>(BinHeaderSize);
     while (at < bin.end) {
         const std::size_t left = bin.end - at;
+        __builtin_prefetch(At(at) + PrefetchDistance);
         const std::size_t size = left < headerSize_ ? 0 : Size(at);
         if (size < headerSize_ || size % 8 != 0 || size > left) {
             damage_->Add(FileOffset(at), "the cell's size is impossible; what lies behind it in the bin is uncertain");

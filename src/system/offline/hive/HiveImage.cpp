@@ -12,6 +12,7 @@ namespace kel::offline::regf {
 namespace {
 
 constexpr std::size_t SmallestGrowth = std::size_t{1} << 20;
+constexpr std::size_t HugePageSize = std::size_t{2} << 20;
 
 }  // namespace
 
@@ -62,6 +63,9 @@ bool HiveImage::Resize(std::size_t size) {
     void* mapped = ::mmap(nullptr, capacity, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
     if (mapped == MAP_FAILED)
         return false;
+    // Fewer, larger pages: most of the time of opening a large hive is the first touch of its memory. Only a hint.
+    if (size >= HugePageSize)
+        ::madvise(mapped, capacity, MADV_HUGEPAGE);
     if (size_ != 0)
         std::memcpy(mapped, data_, size_);
     const HiveImage old = std::move(*this);

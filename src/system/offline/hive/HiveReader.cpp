@@ -8,6 +8,8 @@ namespace {
 
 // One level of `ri` is what Windows writes; more is tolerated, without end it is not.
 constexpr int MaximumListDepth = 8;
+// Entries of a list whose cells are asked for before they are looked at.
+constexpr std::size_t Ahead = 8;
 
 }  // namespace
 
@@ -88,7 +90,12 @@ bool HiveReader::ReadList(std::uint32_t list, int depth, std::vector<std::uint32
         count = room;
         complete = false;
     }
+    const auto entry = [&](std::size_t index) { return Load32(content.data() + list::EntriesAt + index * entrySize); };
+    for (std::size_t i = 0; i < std::min(Ahead, count); ++i)
+        Prefetch(entry(i));
     for (std::size_t i = 0; i < count; ++i) {
+        if (i + Ahead < count)
+            Prefetch(entry(i + Ahead));
         const std::size_t field = list::EntriesAt + i * entrySize;
         const std::uint32_t cell = Load32(content.data() + field);
         const std::uint32_t at = FieldAt(list, field);
@@ -101,6 +108,7 @@ bool HiveReader::ReadList(std::uint32_t list, int depth, std::vector<std::uint32
             Report(at, "the list of subkeys names something that is no key");
             complete = false;
         } else {
+            PrefetchLists(cell);
             keys.push_back(cell);
         }
     }
@@ -126,6 +134,8 @@ bool HiveReader::Values(std::uint32_t key, std::vector<std::uint32_t>& values) c
         return false;
     const std::span<const std::byte> content = cells_.Content(list);
     bool complete = true;
+    for (std::size_t i = 0; i < std::min(Ahead, content.size() / 4); ++i)
+        Prefetch(Load32(content.data() + i * 4));
     if (count > content.size() / 4) {
         Report(FieldAt(list, 0), "the list of values is longer than its cell");
         count = content.size() / 4;
@@ -143,6 +153,7 @@ bool HiveReader::Values(std::uint32_t key, std::vector<std::uint32_t>& values) c
             Report(at, "the list of values names something that is no value");
             complete = false;
         } else {
+            Prefetch(Load32(value.data() + vk::DataAt));
             values.push_back(cell);
         }
     }
@@ -218,19 +229,14 @@ bool HiveReader::Segments(std::uint32_t record, std::size_t size, std::vector<st
 
 void HiveReader::ReadAll() const {
     cells_.LoadAll();
-    std::vector<std::uint32_t> pending{root_};
-    std::vector<std::uint32_t> found;
+    std::vector<std::uint32_t> values;
     std::vector<std::byte> data;
-    while (!pending.empty()) {
-        const std::uint32_t key = pending.back();
-        pending.pop_back();
+    ForEachKey([&](std::uint32_t key, std::uint32_t) {
         static_cast<void>(ClassName(key));
-        Values(key, found);
-        for (const std::uint32_t value : found)
+        Values(key, values);
+        for (const std::uint32_t value : values)
             Data(value, data);
-        Subkeys(key, found);
-        pending.insert(pending.end(), found.rbegin(), found.rend());
-    }
+    });
 }
 
 }  // namespace kel::offline::regf

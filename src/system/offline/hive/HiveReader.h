@@ -69,6 +69,9 @@ public:
     /// Puts the value's data into `data`: all of them, or what is readable from their beginning, then false.
     bool Data(std::uint32_t value, std::vector<std::byte>& data) const;
 
+    /// Calls `visit(key, depth)` for every key, each before those below it, which come in the order of its list.
+    template <class Visit>
+    void ForEachKey(const Visit& visit) const;
     /// Reads every key, value and data of the hive, so that Damage() is whole.
     void ReadAll() const;
     [[nodiscard]] const DamageList& Damage() const noexcept { return damage_; }
@@ -85,6 +88,21 @@ public:
 
 private:
     [[nodiscard]] bool FindRoot();
+    /// Asks for the beginning of a cell, where it is one, before it is needed: most of the time of reading a large
+    /// hive is waiting for memory.
+    void Prefetch(std::uint32_t cell) const noexcept {
+        if (cell < cells_.BinsSize())
+            __builtin_prefetch(cells_.At(cell));
+    }
+    /// The same for the records of a key, which tend to lie behind it.
+    void PrefetchKey(std::uint32_t key) const noexcept {
+        constexpr std::size_t LineSize = 64;
+        constexpr std::size_t Lines = 16;
+        if (key < cells_.BinsSize())
+            for (std::size_t line = 0; line < Lines; ++line)
+                __builtin_prefetch(cells_.At(key) + line * LineSize);
+    }
+    void PrefetchLists(std::uint32_t key) const noexcept;
     bool Follow(std::uint32_t at, std::uint32_t cell, std::uint64_t cost, const char* what) const;
     void Report(std::uint32_t at, std::string reason) const;
     bool ReadList(std::uint32_t list, int depth, std::vector<std::uint32_t>& keys) const;
@@ -98,5 +116,33 @@ private:
     mutable Claims claims_;
     mutable Bits reported_;  // places of references whose damage is told
 };
+
+inline void HiveReader::PrefetchLists(std::uint32_t key) const noexcept {
+    Prefetch(Load32(Record(key) + nk::ValueListAt));
+    Prefetch(Load32(Record(key) + nk::SubkeyListAt));
+}
+
+template <class Visit>
+void HiveReader::ForEachKey(const Visit& visit) const {
+    struct Step {
+        std::uint32_t key;
+        std::uint32_t depth;
+    };
+    constexpr std::size_t Ahead = 4;
+    std::vector<Step> pending{{root_, 0}};
+    std::vector<std::uint32_t> below;
+    while (!pending.empty()) {
+        const Step step = pending.back();
+        pending.pop_back();
+        if (pending.size() >= Ahead) {
+            PrefetchKey(pending[pending.size() - Ahead].key);
+            PrefetchLists(pending.back().key);
+        }
+        visit(step.key, step.depth);
+        Subkeys(step.key, below);
+        for (std::size_t i = below.size(); i-- > 0;)
+            pending.push_back({below[i], step.depth + 1});
+    }
+}
 
 }  // namespace kel::offline::regf

@@ -1,7 +1,5 @@
 #include "hive/SecurityCells.h"
 
-#include <vector>
-
 namespace kel::offline::regf {
 namespace {
 
@@ -12,15 +10,7 @@ std::uint32_t SecurityOf(const HiveReader& reader, std::uint32_t key) {
 }  // namespace
 
 SecurityCells::SecurityCells(HiveReader& reader, CellSpace& space) : reader_(reader), space_(space) {
-    std::vector<std::uint32_t> pending{reader.Root()};
-    std::vector<std::uint32_t> children;
-    while (!pending.empty()) {
-        const std::uint32_t key = pending.back();
-        pending.pop_back();
-        ++counts_[SecurityOf(reader, key)];
-        reader.Subkeys(key, children);
-        pending.insert(pending.end(), children.begin(), children.end());
-    }
+    reader.ForEachKey([&](std::uint32_t key, std::uint32_t) { ++counts_[SecurityOf(reader, key)]; });
 }
 
 std::uint32_t SecurityCells::Inherit(std::uint32_t parent) {
