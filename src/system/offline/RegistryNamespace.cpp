@@ -80,8 +80,6 @@ void RegistryNamespace::Mount(const KeyPath& path, RegistryTree& tree, KeyPath i
 
 RegistryNamespace::Place RegistryNamespace::Step(const Place& place, const std::u16string& name) {
     Place next;
-    next.path = place.path;
-    next.path.push_back(name);
     if (place.point != nullptr) {
         next.point = Child(*place.point, name);
     }
@@ -140,8 +138,9 @@ Result<RegistryNamespace::Place> RegistryNamespace::Walk(const KeyPath& wanted, 
             index = static_cast<std::size_t>(-1);
             continue;
         }
-        place = std::move(next);
+        place = next;
     }
+    place.path = std::move(path);
     return place;
 }
 

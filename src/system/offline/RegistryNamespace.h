@@ -35,7 +35,7 @@ public:
         const Point* point = nullptr;
         RegistryTree* tree = nullptr;
         KeyId key = NoKey;
-        KeyPath path;  ///< with all links resolved
+        KeyPath path;  ///< with all links resolved; only in what Find and Create give
 
         [[nodiscard]] bool Exists() const { return tree != nullptr || point != nullptr; }
     };

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <memory>
 #include <numeric>
 
 #include "hive/Upcase.h"
@@ -39,8 +40,27 @@ constexpr bool IsOctal(char16_t unit) {
     return unit >= u'0' && unit <= u'7';
 }
 
-constexpr char16_t LowerAscii(char16_t unit) {
-    return unit >= u'A' && unit <= u'Z' ? static_cast<char16_t>(unit + 0x20) : unit;
+// The upcase table turned round; where several letters have one upper case, the first of them.
+const std::array<char16_t, 0x10000>& LowerTable() {
+    static const auto table = [] {
+        auto lower = std::make_unique<std::array<char16_t, 0x10000>>();
+        std::iota(lower->begin(), lower->end(), char16_t{0});
+        for (std::size_t unit = lower->size(); unit-- > 0;) {
+            const char16_t upper = Upcase(static_cast<char16_t>(unit));
+            if (upper != unit) {
+                (*lower)[upper] = static_cast<char16_t>(unit);
+            }
+        }
+        return lower;
+    }();
+    return *table;
+}
+
+char16_t Lower(char16_t unit) {
+    if (unit < 0x80) {
+        return unit >= u'A' && unit <= u'Z' ? static_cast<char16_t>(unit + 0x20) : unit;
+    }
+    return LowerTable()[unit];
 }
 
 void AppendNumber(std::string& out, std::uint32_t number, unsigned base, std::size_t width) {
@@ -336,12 +356,10 @@ std::size_t AppendEscaped(std::string& out, std::u16string_view units, std::stri
             AppendNumber(out, unit, 16, next < 128 && HexDigit(static_cast<char>(next)) >= 0 ? 4 : 1);
         } else if (unit < 32) {
             out += '\\';
-            if (IsOctal(next)) {
-                AppendNumber(out, unit, 8, 3);
-            } else if (EscapeLetters[unit] != '.') {
+            if (EscapeLetters[unit] != '.') {
                 out += EscapeLetters[unit];
             } else {
-                AppendNumber(out, unit, 8, 1);
+                AppendNumber(out, unit, 8, IsOctal(next) ? 3 : 1);
             }
         } else {
             const char character = static_cast<char>(unit);
@@ -430,9 +448,8 @@ std::uint64_t FileTimeOfUnix(std::uint64_t seconds) {
 bool WineOrder(std::u16string_view left, std::u16string_view right) {
     const std::size_t common = std::min(left.size(), right.size());
     for (std::size_t index = 0; index < common; ++index) {
-        // Above ASCII the upper-cased form decides: it is the same for both cases of a letter.
-        const char16_t a = left[index] < 128 ? LowerAscii(left[index]) : Upcase(left[index]);
-        const char16_t b = right[index] < 128 ? LowerAscii(right[index]) : Upcase(right[index]);
+        const char16_t a = Lower(left[index]);
+        const char16_t b = Lower(right[index]);
         if (a != b) {
             return a < b;
         }
