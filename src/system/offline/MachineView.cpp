@@ -1,7 +1,10 @@
 #include "offline/MachineView.h"
 
+#include <sys/statvfs.h>
+
 #include <algorithm>
 #include <array>
+#include <fstream>
 #include <map>
 
 #include "offline/OfflineRegistry.h"
@@ -23,6 +26,8 @@ constexpr std::string_view CurrentVersion = "Software\\Microsoft\\Windows\\Curre
 constexpr std::string_view ShellFoldersKey = "Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\Shell Folders";
 constexpr std::string_view UserShellFoldersKey =
     "Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\User Shell Folders";
+constexpr std::string_view MachineEnvironment = "SYSTEM\\CurrentControlSet\\Control\\Session Manager\\Environment";
+constexpr std::string_view UserEnvironment = "Environment";
 constexpr std::u16string_view DefaultSid = u"S-1-5-21-0-0-0-1000";
 
 constexpr std::array<std::string_view, 2> WindowsFolders{"C:\\WINDOWS", "C:\\WINNT"};
@@ -107,15 +112,23 @@ struct MachineView::Impl {
     std::string windows;
     ProfileLayout layout;
     std::vector<UserProfile> users;  // the chosen one first
+    const HostPathFunction& hostPath;
     OfflineRegistry registry;
+    DiskRegistry disk{registry, files, hostPath};
     OfflineSystem system;
+    std::vector<std::string> notes;
 
-    explicit Impl(platform::Files& machineFiles) : files(machineFiles) {}
+    Impl(platform::Files& machineFiles, const HostPathFunction& path) : files(machineFiles), hostPath(path) {}
 
     void OpenWineRegistry(const MachineOptions& options);
+    void OpenDiskRegistry(const MachineOptions& options);
+    void RefuseHibernated(const MachineOptions& options) const;
+    void NoteWindows9x();
     void FindWindows();
+    void FindVersion();
     void ChooseUser(const std::string& name);
     void FillSystem();
+    void AddEnvironment(platform::Hive hive, std::string_view key);
     [[nodiscard]] std::string Profile() const { return users.empty() ? std::string() : users.front().folder; }
     [[nodiscard]] std::optional<std::string> Named(const ShellFolder& folder);
     [[nodiscard]] std::string Usual(const ShellFolder& folder) const;
@@ -143,6 +156,46 @@ void MachineView::Impl::OpenWineRegistry(const MachineOptions& options) {
     registry.SetWritable(options.writable);
 }
 
+/// A volume whose Windows sleeps is not what it seems: what is written would be lost, or would damage it.
+void MachineView::Impl::RefuseHibernated(const MachineOptions& options) const {
+    struct statvfs volume {};
+    if (::statvfs(options.machine.c_str(), &volume) == 0 && (volume.f_flag & ST_RDONLY) != 0) {
+        throw OpenError(options.machine.string() + " is mounted read-only");
+    }
+    const auto image = hostPath("C:\\hiberfil.sys");
+    std::string sign(4, '\0');
+    if (image && std::ifstream(*image, std::ios::binary).read(sign.data(), 4) && LowerAscii(sign) == "hibr") {
+        throw OpenError(options.machine.string() + " is hibernated: start its Windows and shut it down before it is " +
+                        "changed");
+    }
+}
+
+void MachineView::Impl::OpenDiskRegistry(const MachineOptions& options) {
+    if (options.writable) {
+        RefuseHibernated(options);
+    }
+    for (const std::string_view folder : WindowsFolders) {
+        const std::string config = std::string(folder) + "\\system32\\config";
+        if (files.PathIsDirectory(config) != 0) {
+            disk.OpenMachine(config);
+            break;
+        }
+    }
+    registry.SetWritable(options.writable);
+}
+
+void MachineView::Impl::NoteWindows9x() {
+    for (const std::string_view folder : WindowsFolders) {
+        const auto hive = hostPath(std::string(folder) + "\\SYSTEM.DAT");
+        std::string sign(4, '\0');
+        if (hive && std::ifstream(*hive, std::ios::binary).read(sign.data(), 4) && sign == "CREG") {
+            notes.push_back(hive->string() +
+                            ": is a registry of Windows 95, 98 or Me (CREG), which is not read; "
+                            "what is in the registry is not found");
+        }
+    }
+}
+
 void MachineView::Impl::FindWindows() {
     const auto named =
         ReadText(registry, platform::HiveLocalMachine, "Software\\Microsoft\\Windows NT\\CurrentVersion", "SystemRoot");
@@ -158,9 +211,28 @@ void MachineView::Impl::FindWindows() {
     }
 }
 
+void MachineView::Impl::FindVersion() {
+    system.SetVersion(kind == MachineKind::WinePrefix ? VersionOfWinePrefix(registry)
+                      : registry.Empty()              ? VersionFromFolders(files)
+                                                      : VersionFromRegistry(registry));
+    if (windows.empty()) {
+        return;
+    }
+    system.SetVariable("SystemDrive", windows.substr(0, 2));
+    system.SetVariable("SystemRoot", windows);
+    system.SetVariable("windir", windows);
+}
+
 void MachineView::Impl::ChooseUser(const std::string& name) {
     layout = FindProfiles(files, windows);
-    users = ListUsers(files, layout);
+    if (kind == MachineKind::WindowsDisk) {
+        const auto version = system.Version();
+        layout.modern = version.Ok() ? version->major >= 6 : layout.modern;
+        users = disk.ListUsers(system);
+    }
+    if (users.empty()) {
+        users = ListUsers(files, layout);
+    }
     if (name.empty()) {
         if (users.size() > 1) {
             throw OpenError("the machine has several users, name one of them: " + Joined(users));
@@ -179,9 +251,6 @@ void MachineView::Impl::ChooseUser(const std::string& name) {
 }
 
 void MachineView::Impl::FillSystem() {
-    system.SetVersion(kind == MachineKind::WinePrefix ? VersionOfWinePrefix(registry)
-                      : registry.Empty()              ? VersionFromFolders(files)
-                                                      : VersionFromRegistry(registry));
     if (windows.empty()) {
         return;
     }
@@ -189,9 +258,6 @@ void MachineView::Impl::FillSystem() {
         return ReadText(registry, platform::HiveLocalMachine, CurrentVersion, name).value_or(std::move(usual));
     };
     const std::string drive = windows.substr(0, 2);
-    system.SetVariable("SystemDrive", drive);
-    system.SetVariable("SystemRoot", windows);
-    system.SetVariable("windir", windows);
     system.SetVariable("ComSpec", windows + "\\system32\\cmd.exe");
     system.SetVariable("Path", windows + "\\system32;" + windows + ";" + windows + "\\system32\\wbem");
     system.SetVariable("ProgramFiles", machineText("ProgramFilesDir", drive + "\\Program Files"));
@@ -202,6 +268,7 @@ void MachineView::Impl::FillSystem() {
         system.SetVariable("ProgramData", layout.allUsers);
     }
     if (users.empty()) {
+        AddEnvironment(platform::HiveLocalMachine, MachineEnvironment);
         return;
     }
     const std::string profile = Profile();
@@ -216,11 +283,38 @@ void MachineView::Impl::FillSystem() {
             }
         }
     }
-    const std::string temp =
-        ReadText(registry, platform::HiveCurrentUser, "Environment", "TEMP")
-            .value_or(profile + (layout.modern ? "\\AppData\\Local\\Temp" : "\\Local Settings\\Temp"));
-    system.SetVariable("TEMP", system.Expand(temp));
-    system.SetVariable("TMP", system.Expand(temp));
+    const std::string temp = profile + (layout.modern ? "\\AppData\\Local\\Temp" : "\\Local Settings\\Temp");
+    system.SetVariable("TEMP", temp);
+    system.SetVariable("TMP", temp);
+    AddEnvironment(platform::HiveLocalMachine, MachineEnvironment);
+    AddEnvironment(platform::HiveCurrentUser, UserEnvironment);
+}
+
+/// Sets the variables that a key names, plain ones first, so that the others can hold them. A user's Path comes behind
+/// the machine's.
+void MachineView::Impl::AddEnvironment(platform::Hive hive, std::string_view key) {
+    auto open = registry.Open(hive, key, platform::AccessMaximumAllowed);
+    if (!open) {
+        return;
+    }
+    constexpr std::size_t LongestName = 1024;
+    constexpr std::size_t LongestText = 65536;
+    for (const platform::ValueType type : {platform::ValueType::Sz, platform::ValueType::ExpandSz}) {
+        for (std::uint32_t index = 0;; ++index) {
+            const auto variable = (*open)->EnumValue(index, LongestName, LongestText);
+            if (!variable && variable.Error() != platform::SysError::MoreData) {
+                break;
+            }
+            if (!variable || variable->value.type != type) {
+                continue;
+            }
+            std::string text = variable->value.data;
+            text.resize(std::min(text.find('\0'), text.size()));
+            text = type == platform::ValueType::ExpandSz ? system.Expand(text) : text;
+            const bool behind = hive == platform::HiveCurrentUser && LowerAscii(variable->name) == "path";
+            system.SetVariable(variable->name, behind ? system.Environment("Path") + ";" + text : std::move(text));
+        }
+    }
 }
 
 // The registry's own word comes first: `User Shell Folders` is what the shell goes by.
@@ -266,15 +360,26 @@ std::string MachineView::Impl::Usual(const ShellFolder& folder) const {
     return rest.empty() ? base : base + "\\" + std::string(rest);
 }
 
-MachineView::MachineView(const MachineOptions& options, platform::Files& files, const HostPathFunction& /*hostPath*/)
-    : impl_(std::make_unique<Impl>(files)) {
+MachineView::MachineView(const MachineOptions& options, platform::Files& files, const HostPathFunction& hostPath)
+    : impl_(std::make_unique<Impl>(files, hostPath)) {
     impl_->kind = DetectKind(options.machine);
     if (impl_->kind == MachineKind::WinePrefix) {
         impl_->OpenWineRegistry(options);
+    } else if (impl_->kind == MachineKind::WindowsDisk) {
+        impl_->OpenDiskRegistry(options);
     }
     impl_->FindWindows();
+    impl_->FindVersion();
     impl_->ChooseUser(options.user);
+    if (impl_->kind == MachineKind::WindowsDisk && !impl_->users.empty()) {
+        impl_->disk.OpenUser(impl_->users.front());
+    }
+    if (impl_->registry.Empty()) {
+        impl_->NoteWindows9x();
+    }
     impl_->FillSystem();
+    const std::vector<std::string>& notes = impl_->disk.Notes();
+    impl_->notes.insert(impl_->notes.end(), notes.begin(), notes.end());
 }
 
 MachineView::~MachineView() = default;
@@ -290,6 +395,10 @@ std::vector<std::string> MachineView::Users() const {
         names.push_back(user.name);
     }
     return names;
+}
+
+const std::vector<std::string>& MachineView::Notes() const {
+    return impl_->notes;
 }
 
 const std::string& MachineView::WindowsFolder() const {

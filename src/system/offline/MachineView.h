@@ -2,13 +2,12 @@
 #pragma once
 
 #include <filesystem>
-#include <functional>
 #include <memory>
-#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "offline/DiskRegistry.h"
 #include "offline/OfflinePlatform.h"
 
 namespace kel::offline {
@@ -22,9 +21,6 @@ namespace kel::offline {
 /// take the place of one of the same letter. The links of a prefix's `dosdevices` may lead anywhere on the host, so
 /// none is followed: name such a drive in the options. In the order of the letters.
 [[nodiscard]] std::vector<DriveMapping> MachineDrives(const MachineOptions& options, MachineKind kind);
-
-/// Gives the host's path behind a path of the machine, if it exists there.
-using HostPathFunction = std::function<std::optional<std::filesystem::path>(std::string_view)>;
 
 /// Owns the registry of a machine that does not run, and answers what follows from it. One thread.
 class MachineView {
@@ -40,6 +36,8 @@ public:
     [[nodiscard]] MachineKind Kind() const;
     /// Users by name, the chosen one first. Empty where no user can be told.
     [[nodiscard]] std::vector<std::string> Users() const;
+    /// For people: what of the registry was brought up to date from logs, is damaged or was left out.
+    [[nodiscard]] const std::vector<std::string>& Notes() const;
     /// The Windows folder without a trailing backslash (`C:\WINDOWS`).
     [[nodiscard]] const std::string& WindowsFolder() const;
 

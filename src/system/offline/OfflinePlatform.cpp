@@ -124,6 +124,10 @@ std::vector<std::string> OfflinePlatform::Users() const {
     return impl_->machine->Users();
 }
 
+const std::vector<std::string>& OfflinePlatform::Notes() const {
+    return impl_->machine->Notes();
+}
+
 void OfflinePlatform::OnYield(std::function<void()> function) {
     impl_->loop.OnYield(std::move(function));
 }

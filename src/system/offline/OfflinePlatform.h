@@ -68,6 +68,9 @@ public:
     /// Users of the machine by name, the chosen one first.
     [[nodiscard]] std::vector<std::string> Users() const;
 
+    /// For people: what of the machine's registry was brought up to date from logs, is damaged or was left out.
+    [[nodiscard]] const std::vector<std::string>& Notes() const;
+
     /// Called at every DoEvents.
     void OnYield(std::function<void()> function);
 

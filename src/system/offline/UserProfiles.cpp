@@ -55,7 +55,7 @@ std::vector<UserProfile> ListUsers(platform::Files& files, const ProfileLayout& 
                             (entry.attributes & platform::AttributeReparsePoint) == 0;
         const bool person = std::find(NoPersons.begin(), NoPersons.end(), LowerAscii(entry.name)) == NoPersons.end();
         if (folder && person && entry.name != "." && entry.name != "..") {
-            users.push_back({entry.name, layout.profiles + "\\" + entry.name});
+            users.push_back({entry.name, layout.profiles + "\\" + entry.name, {}, {}});
         }
     } while ((*find)->Next(entry) == platform::SysError::Success);
     return users;

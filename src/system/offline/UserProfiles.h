@@ -13,6 +13,8 @@ namespace kel::offline {
 struct UserProfile {
     std::string name;
     std::string folder;
+    std::u16string sid;  ///< where the registry tells it
+    std::string hive;    ///< path of the user's hive on a Windows disk; empty where there is none
 };
 
 /// Where profiles lie.

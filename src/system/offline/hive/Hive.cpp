@@ -29,17 +29,13 @@ std::uint64_t HostClock() {
     return FiletimeOfUnixEpoch + static_cast<std::uint64_t>(ticks);
 }
 
+/// A damaged hive is also full where its end is in doubt, so that nothing can be put behind it.
 template <class Outcome>
-SysError ErrorOf(Outcome outcome) {
-    switch (outcome) {
-        case Outcome::Done:
-            return SysError::Success;
-        case Outcome::Full:
-            return SysError::NotEnoughMemory;
-        case Outcome::Damaged:
-            break;
-    }
-    return SysError::RegistryCorrupt;
+SysError ErrorOf(Outcome outcome, const regf::HiveReader& reader) {
+    if (outcome == Outcome::Done)
+        return SysError::Success;
+    return outcome == Outcome::Full && reader.Damage().Count() == 0 ? SysError::NotEnoughMemory
+                                                                    : SysError::RegistryCorrupt;
 }
 
 /// Keys keep how long the longest name below them is, as UTF-16. Only the low half of the field is the length of names
@@ -233,11 +229,11 @@ Result<KeyId> Hive::CreateKey(KeyId parent, std::u16string_view name) {
         return SysError::RegistryCorrupt;
     const std::uint32_t key = writer.NewKey(parent, name, clock_());
     if (key == NoCell)
-        return SysError::NotEnoughMemory;
+        return ErrorOf(regf::SubkeyLists::Outcome::Full, *reader_);
     const auto outcome = writer.lists.Insert(parent, key);
     if (outcome != regf::SubkeyLists::Outcome::Done) {
         writer.FreeKey(key);
-        return ErrorOf(outcome);
+        return ErrorOf(outcome, *reader_);
     }
     Raise16(writer.Field(parent, nk::MaxNameAt), name.size() * 2);
     index_->Added(parent, key);
@@ -259,7 +255,7 @@ SysError Hive::DeleteKey(KeyId parent, std::u16string_view name) {
         return SysError::RegistryCorrupt;
     const auto outcome = writer.lists.Remove(parent, key);
     if (outcome != regf::SubkeyLists::Outcome::Done)
-        return ErrorOf(outcome);
+        return ErrorOf(outcome, *reader_);
     index_->Removed(parent, key);
     writer.FreeKey(key);
     Touch(parent);
@@ -279,7 +275,7 @@ SysError Hive::SetValue(KeyId key, std::u16string_view name, std::uint32_t type,
         return SysError::RegistryCorrupt;
     const auto outcome = writer.values.Set(key, value, name, type, data);
     if (outcome != regf::ValueStore::Outcome::Done)
-        return ErrorOf(outcome);
+        return ErrorOf(outcome, *reader_);
     Raise32(writer.Field(key, nk::MaxValueNameAt), name.size() * 2);
     Raise32(writer.Field(key, nk::MaxValueDataAt), data.size());
     Touch(key);
@@ -297,7 +293,7 @@ SysError Hive::DeleteValue(KeyId key, std::u16string_view name) {
         return SysError::RegistryCorrupt;
     const auto outcome = writer.values.Remove(key, value);
     if (outcome != regf::ValueStore::Outcome::Done)
-        return ErrorOf(outcome);
+        return ErrorOf(outcome, *reader_);
     Touch(key);
     return SysError::Success;
 }

@@ -1,0 +1,151 @@
+#include "offline/DiskRegistry.h"
+
+#include <algorithm>
+#include <array>
+
+#include "offline/OfflinePlatform.h"
+#include "offline/RegistryText.h"
+#include "offline/Wtf8.h"
+
+namespace kel::offline {
+
+namespace {
+
+struct MachineHive {
+    std::string_view file;
+    std::u16string_view root;
+    std::u16string_view name;
+    bool needed;
+};
+
+constexpr std::array MachineHives{
+    MachineHive{"system", u"MACHINE", u"SYSTEM", true},  MachineHive{"software", u"MACHINE", u"SOFTWARE", true},
+    MachineHive{"sam", u"MACHINE", u"SAM", false},       MachineHive{"security", u"MACHINE", u"SECURITY", false},
+    MachineHive{"default", u"USER", u".DEFAULT", false},
+};
+
+// The system's own account has the hive of the logon screen.
+constexpr std::u16string_view SystemSid = u"S-1-5-18";
+
+constexpr std::string_view ProfileList = "Software\\Microsoft\\Windows NT\\CurrentVersion\\ProfileList";
+
+// Accounts of people; those of the system and of its services are shorter.
+constexpr std::string_view PeoplePrefix = "S-1-5-21-";
+
+constexpr std::array<std::string_view, 2> ClassesHives{
+    "\\AppData\\Local\\Microsoft\\Windows\\UsrClass.dat",
+    "\\Local Settings\\Application Data\\Microsoft\\Windows\\UsrClass.dat",
+};
+
+std::u16string ControlSet(std::uint32_t number) {
+    const std::string text = "ControlSet" +
+                             std::string(number < 10    ? "00"
+                                         : number < 100 ? "0"
+                                                        : "") +
+                             std::to_string(number);
+    return {text.begin(), text.end()};
+}
+
+std::string LastName(const std::string& path) {
+    return path.substr(path.rfind('\\') + 1);
+}
+
+}  // namespace
+
+void DiskRegistry::Note(const HiveFile& hive) {
+    const std::string path = hive.Path().string();
+    for (const std::string& note : hive.Replay().notes) {
+        notes_.push_back(note);
+    }
+    if (hive.Replay().dirty && !hive.Replay().replayed) {
+        notes_.push_back(path + ": was not written to its end, and no log that belongs to it is there");
+    }
+    if (hive.Damage().Count() != 0) {
+        notes_.push_back(path + ": is damaged; hivedump tells what can't be read");
+    }
+}
+
+/// Mounts the hive at a path of the machine; null when it is not there, or may be left out and can't be read.
+RegistryTree* DiskRegistry::Add(const KeyPath& point, const std::string& path, bool needed) {
+    const auto host = hostPath_(path);
+    if (!host) {
+        return nullptr;
+    }
+    try {
+        auto hive = HiveFile::Open(*host);
+        Note(*hive);
+        return &registry_.Add(point, std::move(hive));
+    } catch (const OpenError& error) {
+        if (needed) {
+            throw;
+        }
+        notes_.push_back(std::string(error.what()) + "; it is left out");
+        return nullptr;
+    }
+}
+
+void DiskRegistry::OpenMachine(const std::string& config) {
+    for (const MachineHive& row : MachineHives) {
+        const KeyPath point{std::u16string(row.root), std::u16string(row.name)};
+        RegistryTree* tree = Add(point, config + "\\" + std::string(row.file), row.needed);
+        if (tree != nullptr && row.name == u"SYSTEM") {
+            const auto current = ReadNumber(registry_, platform::HiveLocalMachine, "SYSTEM\\Select", "Current");
+            registry_.Mount({u"MACHINE", u"SYSTEM", u"CurrentControlSet"}, *tree, {ControlSet(current.value_or(1))});
+        }
+        if (tree != nullptr && row.name == u".DEFAULT") {
+            registry_.Mount({u"USER", std::u16string(SystemSid)}, *tree, {});
+        }
+    }
+}
+
+std::vector<UserProfile> DiskRegistry::ListUsers(const OfflineSystem& system) const {
+    std::vector<UserProfile> users;
+    auto list = registry_.Open(platform::HiveLocalMachine, ProfileList, platform::AccessMaximumAllowed);
+    if (!list) {
+        return users;
+    }
+    constexpr std::size_t LongestSid = 256;
+    for (std::uint32_t index = 0;; ++index) {
+        const auto sid = (*list)->EnumKey(index, LongestSid);
+        if (!sid) {
+            break;
+        }
+        const auto image =
+            ReadText(registry_, platform::HiveLocalMachine, std::string(ProfileList) + "\\" + *sid, "ProfileImagePath");
+        if (!image || !sid->starts_with(PeoplePrefix)) {
+            continue;
+        }
+        UserProfile user;
+        user.sid = FromWtf8(*sid);
+        user.folder = system.Expand(*image);
+        user.name = LastName(user.folder);
+        // Windows NT 3 has no profile folder: the path is that of the hive.
+        const bool folder = files_.PathIsDirectory(user.folder) != 0;
+        user.hive = folder ? user.folder + "\\NTUSER.DAT" : user.folder;
+        if (hostPath_(user.hive)) {
+            user.folder = folder ? user.folder : std::string();
+            users.push_back(std::move(user));
+        }
+    }
+    std::sort(users.begin(), users.end(),
+              [](const UserProfile& left, const UserProfile& right) { return left.name < right.name; });
+    return users;
+}
+
+void DiskRegistry::OpenUser(const UserProfile& user) {
+    if (Add({u"USER", user.sid}, user.hive, true) == nullptr) {
+        return;
+    }
+    registry_.SetCurrentUser(user.sid);
+    for (const std::string_view path : ClassesHives) {
+        RegistryTree* classes = user.folder.empty()
+                                    ? nullptr
+                                    : Add({u"USER", user.sid + u"_Classes"}, user.folder + std::string(path), false);
+        if (classes != nullptr) {
+            registry_.Mount({u"USER", user.sid, u"Software", u"Classes"}, *classes, {});
+            return;
+        }
+    }
+}
+
+}  // namespace kel::offline
