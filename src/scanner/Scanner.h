@@ -47,10 +47,12 @@ public:
 
     /// The current scan; null before the first InitializeScan.
     [[nodiscard]] std::shared_ptr<kel::Scan> Scan() const { return CurrentScan(); }
+    /// Always empty and 0: failures go to the error log.
     [[nodiscard]] const std::string& LastError() const { return lastError_; }
     [[nodiscard]] std::int32_t LastErrorCode() const { return lastErrorCode_; }
+    /// What was last done; no operation tests it.
     [[nodiscard]] enScannerState ScannerState() const { return scannerState_; }
-    bool IsScheduledScan = false;
+    bool IsScheduledScan = false;  ///< handed to the scan at its end
 
     /// Makes a new current scan, and loads the engine's data if they are not loaded or the threat data file has
     /// changed in size. OptMaxMD5Len becomes 2500000. Drives and folders added before stay, unless none was.
@@ -58,11 +60,18 @@ public:
     bool InitializeScan();
     /// Closes the scan: its end, and its record in the history if optWriteHistory is set.
     void SetScanComplete();
-    /// Ends the scan at its next test of the flag.
+    /// Ends the scan at its next test of the flag, and tells the front end.
+    /// @param szReason kept with the scan; empty: the usual text
     void AbortScan(std::string_view szReason);
 
+    // File identification; each answers the number of a threat, or 0 for none. modScannerFiles tells the rules.
+
+    /// Tests a file by path and MD5, as the depth says.
+    /// @param AltPath path with the file's short name, tried when the platform refuses the long one; or empty
+    /// @param MD5 not used: the hash is always computed
     [[nodiscard]] std::int32_t IsFileThreat(std::string_view FilePath, std::string_view AltPath, enScanDepth ScanDepth,
                                             std::string_view MD5 = {});
+    /// Always 0: the catalogue has no table of bare file names.
     [[nodiscard]] std::int32_t FileThreatExists(std::string_view ThisFile);
 
     /// Walks `StartPath`, or `C:\`, for files whose names match the catalogue's extension filter.
@@ -70,6 +79,8 @@ public:
     /// Lists a folder, then tests each item. Without `blnRecursive` the items are bare names, which are looked for in
     /// the process's current folder. Beyond the direct subfolders only with `blnIncludeFolders`.
     void ScanFolder(std::string_view FolderPath, bool blnRecursive = false, bool blnIncludeFolders = false);
+    /// Tests a folder by its path.
+    /// @param oclsFolderPaths folders for the variable form; null: those of the current scan
     [[nodiscard]] std::int32_t IsFolderThreat(std::string_view FolderPath,
                                               const std::shared_ptr<clsFolderPaths>& oclsFolderPaths = nullptr);
 
@@ -77,13 +88,22 @@ public:
     /// @return whether it was not aborted.
     bool RunScanEasy();
 
+    // Lookups in the signature tables, without regard to case. A hit stores its level for the detection that follows.
+
+    /// @param ThisMD5 32 hexadecimal digits
     [[nodiscard]] std::int32_t MD5ThreatExists(std::string_view ThisMD5);
+    /// @param ThisPath variable form of a file's path
     [[nodiscard]] std::int32_t FilePathThreatExists(std::string_view ThisPath);
+    /// @param ThisFolder variable form of a folder
     [[nodiscard]] std::int32_t FolderThreatExists(std::string_view ThisFolder);
+    /// @param ThisCookie domain
     [[nodiscard]] std::int32_t CookieThreatExists(std::string_view ThisCookie);
 
+    /// Appends a drive or folder for ScanDriveOrFolder to walk. The text is not looked at.
     void AddScanDriveAndPath(std::string_view ThisDrive);
+    /// Entries of the list; more than 32767 are a reported overflow, and 0.
     [[nodiscard]] std::int16_t ScanDriveAndPathCount();
+    /// An entry of the list.
     /// @param ThisIndex from 1; any other gives an empty text
     [[nodiscard]] std::string GetScanDriveAndPath(std::int16_t ThisIndex);
     /// Walks the drives and folders that were added, or else all fixed drives. True, after a failure too.
@@ -93,23 +113,32 @@ public:
     /// The places where threats usually are. Always false.
     bool ScanMostCommon();
 
-    // Module-level options, shared by all Scanner objects.
-    [[nodiscard]] std::int32_t OptMaxMD5Len() const;  ///< bytes; larger files are tested by path alone
+    // Module-level options, shared by all Scanner objects; false or 0 at first.
+
+    /// Limit in bytes: larger files are tested by path alone.
+    [[nodiscard]] std::int32_t OptMaxMD5Len() const;
+    /// InitializeScan sets 2500000, and so does RunScanEasy when it is 0.
     void SetOptMaxMD5Len(std::int32_t bytes);
+    /// The number that was stored last, whatever the machine made of it.
     [[nodiscard]] std::int32_t ScannerPriority() const;
     /// Hands the number to the process's priority class and to the thread's priority as it is.
     void SetScannerPriority(std::int32_t priority);
+    /// Whether RunScanEasy stops threats that run before it begins.
     [[nodiscard]] bool SuspendActive() const;
     void SetSuspendActive(bool suspend);
+    /// Whether the stages look at the cookies and registries of all users.
     [[nodiscard]] bool ScanAllUsers() const;
     void SetScanAllUsers(bool all);
+    /// Highest level of a signature that counts.
     [[nodiscard]] std::int16_t OptMaxOptionLevel() const;
     void SetOptMaxOptionLevel(std::int16_t level);
+    /// Whether SetScanComplete writes the scan to the history.
     [[nodiscard]] bool optWriteHistory() const;
     void SetoptWriteHistory(bool write);
     /// The same as DoSkipCommonFiles.
     [[nodiscard]] bool SkipCommonFiles() const { return DoSkipCommonFiles; }
     void SetSkipCommonFiles(bool skip) { DoSkipCommonFiles = skip; }
+    /// The folder that was chosen, with a trailing backslash; empty before that.
     [[nodiscard]] std::string UserDataRootPath() const;
     /// Chooses the folder of the user's data, and loads the engine's data if they are not loaded.
     void SetUserDataRootPath(std::string_view path);
@@ -141,6 +170,8 @@ private:
     Paths FilesListShallowKvArray(std::string_view path, std::string_view pattern);
     void TestListedItem(std::string item, bool includeFolders);
 
+    /// The list of drives and folders, made at its first use.
+    Paths& DrivesAndPaths();
     void ClearForScan();
 
     std::string lastError_;

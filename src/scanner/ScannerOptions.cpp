@@ -1,5 +1,7 @@
 // Options of a scan, and the operations that pass on to file identification.
 #include <cstddef>
+#include <limits>
+#include <utility>
 
 #include "core/EngineState.h"
 #include "core/Failures.h"
@@ -19,28 +21,37 @@ constexpr const char* Module = "Scanner";
 
 }  // namespace
 
+Scanner::Paths& Scanner::DrivesAndPaths() {
+    if (!scanDriveAndPaths_) {
+        scanDriveAndPaths_ = std::make_shared<Paths>();
+    }
+    return *scanDriveAndPaths_;
+}
+
 void Scanner::AddScanDriveAndPath(std::string_view ThisDrive) {
     Trap(Module, "AddScanDriveAndPath", [&] {
-        if (!scanDriveAndPaths_) {
-            scanDriveAndPaths_ = std::make_shared<Paths>();
-        }
-        scanDriveAndPaths_->Add(std::string(ThisDrive));
+        DrivesAndPaths().Add(std::string(ThisDrive));
         scanPathsAreDefault_ = false;
     });
 }
 
 std::int16_t Scanner::ScanDriveAndPathCount() {
-    if (!scanDriveAndPaths_) {
-        scanDriveAndPaths_ = std::make_shared<Paths>();
-    }
-    return static_cast<std::int16_t>(scanDriveAndPaths_->Count());
+    std::int16_t count = 0;
+    Trap(Module, "ScanDriveAndPathCount", [&] {
+        const std::size_t entries = DrivesAndPaths().Count();
+        if (std::cmp_greater(entries, std::numeric_limits<std::int16_t>::max())) {
+            Raise(ErrOverflow);
+        }
+        count = static_cast<std::int16_t>(entries);
+    });
+    return count;
 }
 
 std::string Scanner::GetScanDriveAndPath(std::int16_t ThisIndex) {
-    if (ThisIndex < 1 || ThisIndex > ScanDriveAndPathCount()) {
+    if (ThisIndex < 1 || std::cmp_greater(ThisIndex, DrivesAndPaths().Count())) {
         return {};
     }
-    return scanDriveAndPaths_->Item(static_cast<std::size_t>(ThisIndex));
+    return DrivesAndPaths().Item(static_cast<std::size_t>(ThisIndex));
 }
 
 std::int32_t Scanner::OptMaxMD5Len() const {

@@ -55,8 +55,7 @@ std::string AlternateField(const std::string& alternateName) {
 bool Scanner::ScanDriveOrFolder() {
     Trap(Module, "ScanDriveOrFolder", [&] {
         // A copy: while the walk yields, the list may be changed.
-        const Paths starts =
-            ScanDriveAndPathCount() > 0 ? Paths(*scanDriveAndPaths_) : modFolderPaths::GetFixedDrives();
+        const Paths starts = DrivesAndPaths().Count() > 0 ? DrivesAndPaths() : modFolderPaths::GetFixedDrives();
         for (const std::string& start : starts) {
             if (ScanAbortFlag()) {
                 break;

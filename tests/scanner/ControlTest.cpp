@@ -129,6 +129,27 @@ TEST_F(Control, PathsAreCountedFromOne) {
     EXPECT_THAT(Reported(), IsEmpty());
 }
 
+TEST_F(Control, MorePathsThanTheCountHoldsAreReportedAndWalkedAllTheSame) {
+    Begin();
+    MakeFolder(Folder() + "first");
+    WriteFile(Folder() + "first\\1.txt", "x");
+    scanner.AddScanDriveAndPath(Folder() + "first");
+    for (int i = 1; i < 32767; ++i) {
+        scanner.AddScanDriveAndPath("");
+    }
+    EXPECT_EQ(scanner.ScanDriveAndPathCount(), 32767);
+    EXPECT_THAT(Reported(), IsEmpty());
+    scanner.AddScanDriveAndPath("");
+    EXPECT_EQ(scanner.ScanDriveAndPathCount(), 0);
+    ASSERT_THAT(Reported(), SizeIs(1));
+    EXPECT_EQ(Reported()[0].procedure, "ScanDriveAndPathCount");
+    EXPECT_EQ(Reported()[0].number, "6");
+    EXPECT_EQ(scanner.GetScanDriveAndPath(1), Folder() + "first");
+    abortAtPoll = 1;
+    EXPECT_TRUE(scanner.ScanDriveOrFolder());
+    EXPECT_THAT(StartedLocations(), ElementsAre(Folder() + "first\\1.txt"));
+}
+
 TEST_F(Control, AScanWithNothingToDoCompletesAtOnce) {
     Begin();
     scanner.SetoptWriteHistory(true);
