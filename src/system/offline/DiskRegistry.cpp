@@ -72,6 +72,10 @@ RegistryTree* DiskRegistry::Add(const KeyPath& point, const std::string& path, b
         return nullptr;
     }
     try {
+        std::error_code error;
+        if (std::filesystem::canonical(*host, error) != *host) {
+            throw OpenError(host->string() + " is a link, which is not followed: it may lead out of the disk");
+        }
         auto hive = HiveFile::Open(*host);
         Note(*hive);
         return &registry_.Add(point, std::move(hive));

@@ -267,12 +267,15 @@ void MachineView::Impl::FillSystem() {
         system.SetVariable("PUBLIC", layout.profiles + "\\Public");
         system.SetVariable("ProgramData", layout.allUsers);
     }
-    if (users.empty()) {
+    const std::string profile = Profile();
+    if (!users.empty()) {
+        system.SetVariable("USERNAME", users.front().name);
+    }
+    if (profile.empty()) {
         AddEnvironment(platform::HiveLocalMachine, MachineEnvironment);
+        AddEnvironment(platform::HiveCurrentUser, UserEnvironment);
         return;
     }
-    const std::string profile = Profile();
-    system.SetVariable("USERNAME", users.front().name);
     system.SetVariable("USERPROFILE", profile);
     system.SetVariable("HOMEDRIVE", profile.substr(0, 2));
     system.SetVariable("HOMEPATH", profile.substr(2));

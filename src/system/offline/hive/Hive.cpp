@@ -14,7 +14,6 @@ namespace kel::offline {
 
 using platform::Result;
 using platform::SysError;
-using regf::NameView;
 using regf::NoCell;
 
 namespace nk = regf::nk;
@@ -269,6 +268,8 @@ SysError Hive::SetValue(KeyId key, std::u16string_view name, std::uint32_t type,
         return SysError::InvalidParameter;
     if (data.size() >= regf::MaxBins)
         return SysError::BadLength;
+    if (reader_->IsPredefined(key))
+        return SysError::AccessDenied;
     Writer& writer = Edit();
     const std::uint32_t value = FindValueCell(key, name);
     if (!valuesComplete_ || reader_->References().Shared(key))

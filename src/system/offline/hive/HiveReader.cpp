@@ -125,11 +125,10 @@ bool HiveReader::Subkeys(std::uint32_t key, std::vector<std::uint32_t>& keys) co
 
 bool HiveReader::Values(std::uint32_t key, std::vector<std::uint32_t>& values) const {
     values.clear();
-    const std::byte* record = Record(key);
-    std::size_t count = Load32(record + nk::ValueCountAt);
-    if (count == 0 || (Load16(record + nk::FlagsAt) & nk::PredefinedHandle) != 0)
+    std::size_t count = StatedValues(key);
+    if (count == 0)
         return true;
-    const std::uint32_t list = Load32(record + nk::ValueListAt);
+    const std::uint32_t list = Load32(Record(key) + nk::ValueListAt);
     if (!Follow(FieldAt(key, nk::ValueListAt), list, Claims::Never, "a list of values"))
         return false;
     const std::span<const std::byte> content = cells_.Content(list);

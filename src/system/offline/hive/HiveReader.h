@@ -54,6 +54,15 @@ public:
     [[nodiscard]] std::uint32_t StatedSubkeys(std::uint32_t key) const noexcept {
         return Load32(Record(key) + nk::SubkeyCountAt);
     }
+    /// Whether the key stands for one of another name (an old way to do so): what would be its count of values is a
+    /// handle, and it has none.
+    [[nodiscard]] bool IsPredefined(std::uint32_t key) const noexcept {
+        return (Load16(Record(key) + nk::FlagsAt) & nk::PredefinedHandle) != 0;
+    }
+    /// What the key itself says; Values may find fewer.
+    [[nodiscard]] std::uint32_t StatedValues(std::uint32_t key) const noexcept {
+        return IsPredefined(key) ? 0 : Load32(Record(key) + nk::ValueCountAt);
+    }
 
     /// Puts the key's subkeys into `keys`, in the order of its list. False when some could not be read.
     bool Subkeys(std::uint32_t key, std::vector<std::uint32_t>& keys) const;

@@ -45,7 +45,7 @@ private:
     [[nodiscard]] std::byte* Field(std::uint32_t cell, std::size_t field) const {
         return cells_.At(reader_.FieldAt(cell, field));
     }
-    [[nodiscard]] std::size_t CountOf(std::uint32_t key) const { return Load32(Field(key, nk::ValueCountAt)); }
+    [[nodiscard]] std::size_t CountOf(std::uint32_t key) const { return reader_.StatedValues(key); }
 
     HiveReader& reader_;
     CellSpace& space_;

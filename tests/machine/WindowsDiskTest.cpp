@@ -1,0 +1,259 @@
+// A Windows disk: its hives, users, folders, environment and version.
+#include "DiskFixture.h"
+
+#include <gmock/gmock.h>
+
+#include <fstream>
+
+namespace kel::test {
+namespace {
+
+namespace fs = std::filesystem;
+using platform::HiveClassesRoot;
+using platform::HiveCurrentUser;
+using platform::HiveLocalMachine;
+using platform::HiveUsers;
+using platform::SysError;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+class WindowsDisk : public DiskFixture {};
+
+TEST_F(WindowsDisk, TheHivesStandWhereARunningMachineHasThem) {
+    MakeXp();
+    Open();
+    EXPECT_EQ(Machine().Kind(), offline::MachineKind::WindowsDisk);
+    EXPECT_TRUE(Machine().View().can.registry);
+    EXPECT_EQ(Value(HiveLocalMachine, "Software\\Microsoft\\Windows NT\\CurrentVersion", "productname"),
+              "Microsoft Windows XP");
+    EXPECT_EQ(Value(HiveLocalMachine, "SYSTEM\\ControlSet002\\Services\\Sample", "ImagePath"), "C:\\sample.exe");
+    EXPECT_EQ(Value(HiveCurrentUser, "Software\\Sample", "Who"), "Ada");
+    EXPECT_EQ(Value(HiveUsers, "S-1-5-21-1-2-3-1003\\Software\\Sample", "Who"), "Ada");
+    EXPECT_EQ(Value(HiveUsers, ".DEFAULT\\Environment", "WHO"), "logon screen");
+    EXPECT_EQ(Value(HiveUsers, "S-1-5-18\\Environment", "WHO"), "logon screen");
+    EXPECT_THAT(Machine().Notes(), IsEmpty());
+}
+
+TEST_F(WindowsDisk, TheCurrentControlSetIsTheOneThatSelectNames) {
+    MakeXp();
+    Open();
+    EXPECT_EQ(Value(HiveLocalMachine, "SYSTEM\\CurrentControlSet\\Services\\Sample", "ImagePath"), "C:\\sample.exe");
+}
+
+TEST_F(WindowsDisk, WithoutSelectTheFirstControlSetIsCurrent) {
+    MakeXp();
+    Hive("WINDOWS/system32/config/SYSTEM", {{u"ControlSet001\\Control", u"v", u"first"}});
+    Open();
+    EXPECT_EQ(Value(HiveLocalMachine, "SYSTEM\\CurrentControlSet\\Control", "v"), "first");
+}
+
+TEST_F(WindowsDisk, ClassesOfTheUserLieOverThoseOfTheMachine) {
+    MakeXp();
+    Open();
+    EXPECT_EQ(Value(HiveClassesRoot, ".doc", ""), "ada");
+    EXPECT_EQ(Value(HiveClassesRoot, ".txt", ""), "txtfile");
+    EXPECT_EQ(Value(HiveCurrentUser, "Software\\Classes\\.doc", ""), "ada");
+    EXPECT_EQ(Value(HiveUsers, "S-1-5-21-1-2-3-1003_Classes\\.doc", ""), "ada");
+}
+
+TEST_F(WindowsDisk, TheVersionIsThatOfTheRegistry) {
+    MakeXp();
+    Open();
+    EXPECT_EQ(Version(), "5.1.2600 p2 Service Pack 3");
+}
+
+TEST_F(WindowsDisk, FoldersOfTheUserAreThoseThatTheUsersHiveNames) {
+    MakeXp();
+    Open();
+    EXPECT_EQ(Special(5), "C:\\Documents and Settings\\Ada\\Papers");
+    EXPECT_EQ(Special(26), "C:\\Documents and Settings\\Ada\\Application Data");
+    EXPECT_EQ(Special(16), "C:\\Documents and Settings\\Ada\\Desktop") << "by its usual name";
+    EXPECT_EQ(Special(25), "C:\\Documents and Settings\\All Users\\Desktop");
+    EXPECT_EQ(Special(36), "C:\\WINDOWS");
+    EXPECT_EQ(Special(38), "C:\\Program Files");
+}
+
+TEST_F(WindowsDisk, TheEnvironmentIsThatOfTheMachineThenOfTheUser) {
+    MakeXp();
+    Open();
+    EXPECT_EQ(Variable("OS"), "Windows_NT");
+    EXPECT_EQ(Variable("windir"), "C:\\WINDOWS");
+    EXPECT_EQ(Variable("TEMP"), "C:\\Documents and Settings\\Ada\\Local Settings\\Temp");
+    EXPECT_EQ(Variable("PATH"), "C:\\WINDOWS\\system32;C:\\WINDOWS;C:\\tools");
+    EXPECT_EQ(Variable("username"), "Ada");
+}
+
+TEST_F(WindowsDisk, SeveralUsersAreListedAndOneIsChosen) {
+    MakeXp();
+    Hive("WINDOWS/system32/config/software",
+         {{u"Microsoft\\Windows NT\\CurrentVersion", u"CurrentVersion", u"5.1"},
+          {u"Microsoft\\Windows NT\\CurrentVersion\\ProfileList\\S-1-5-21-1-2-3-500", u"ProfileImagePath",
+           u"C:\\Documents and Settings\\Administrator"},
+          {u"Microsoft\\Windows NT\\CurrentVersion\\ProfileList\\S-1-5-21-1-2-3-1003", u"ProfileImagePath",
+           u"C:\\Documents and Settings\\Ada"}});
+    Hive("Documents and Settings/Administrator/NTUSER.DAT", {{u"Software\\Sample", u"Who", u"Administrator"}});
+    EXPECT_THAT(OpenFails(), HasSubstr("Ada, Administrator"));
+    EXPECT_THAT(OpenFails("Bob"), HasSubstr("no user Bob; it has: Ada, Administrator"));
+    Open("ADMINISTRATOR");
+    EXPECT_EQ(Value(HiveCurrentUser, "Software\\Sample", "Who"), "Administrator");
+    EXPECT_THAT(Machine().Users(), ElementsAre("Administrator", "Ada"));
+    Open("Ada");
+    EXPECT_EQ(Value(HiveCurrentUser, "Software\\Sample", "Who"), "Ada");
+}
+
+TEST_F(WindowsDisk, WindowsNt4HasItsProfilesInTheWindowsFolder) {
+    Hive("WINNT/system32/config/system", {{u"Select", u"Current", u"", 1}, {u"ControlSet001", u"v", u"x"}});
+    Hive("WINNT/system32/config/software", {{u"Microsoft\\Windows NT\\CurrentVersion", u"CurrentVersion", u"4.0"},
+                                            {u"Microsoft\\Windows NT\\CurrentVersion", u"CurrentBuildNumber", u"1381"},
+                                            {u"Microsoft\\Windows NT\\CurrentVersion", u"SystemRoot", u"C:\\WINNT"},
+                                            {u"Microsoft\\Windows NT\\CurrentVersion\\ProfileList\\S-1-5-21-7-500",
+                                             u"ProfileImagePath", u"%SystemRoot%\\Profiles\\Administrator"}});
+    Hive("WINNT/Profiles/Administrator/NTUSER.DAT", {{u"Software\\Sample", u"Who", u"admin"}});
+    Folder("WINNT/Profiles/Administrator/Desktop");
+    Open();
+    EXPECT_EQ(Version(), "4.0.1381 p2 ");
+    EXPECT_EQ(Value(HiveCurrentUser, "Software\\Sample", "Who"), "admin");
+    EXPECT_EQ(Special(16), "C:\\WINNT\\Profiles\\Administrator\\Desktop");
+}
+
+TEST_F(WindowsDisk, WindowsNt3HasTheUsersHiveBesideTheMachines) {
+    Hive("WINNT/system32/config/system", {{u"Select", u"Current", u"", 1}});
+    Hive("WINNT/system32/config/software", {{u"Microsoft\\Windows NT\\CurrentVersion", u"CurrentVersion", u"3.51"},
+                                            {u"Microsoft\\Windows NT\\CurrentVersion", u"SystemRoot", u"C:\\WINNT"},
+                                            {u"Microsoft\\Windows NT\\CurrentVersion\\ProfileList\\S-1-5-21-7-1000",
+                                             u"ProfileImagePath", u"%SystemRoot%\\system32\\config\\Ada000"}});
+    Hive("WINNT/system32/config/Ada000", {{u"Software\\Sample", u"Who", u"Ada"}});
+    Open();
+    EXPECT_EQ(Value(HiveCurrentUser, "Software\\Sample", "Who"), "Ada");
+}
+
+TEST_F(WindowsDisk, Windows7HasItsOwnFolders) {
+    Hive("Windows/System32/config/SYSTEM", {{u"Select", u"Current", u"", 1}});
+    Hive("Windows/System32/config/SOFTWARE",
+         {{u"Microsoft\\Windows NT\\CurrentVersion", u"CurrentVersion", u"6.1"},
+          {u"Microsoft\\Windows NT\\CurrentVersion", u"CurrentBuildNumber", u"7601"},
+          {u"Microsoft\\Windows NT\\CurrentVersion\\ProfileList\\S-1-5-21-1-2-3-1000", u"ProfileImagePath",
+           u"C:\\Users\\Ada"}});
+    Hive("Users/Ada/NTUSER.DAT", {{u"Software\\Sample", u"Who", u"Ada"}});
+    Hive("Users/Ada/AppData/Local/Microsoft/Windows/UsrClass.dat", {{u".doc", u"", u"ada"}});
+    Folder("Users/Ada/AppData/Roaming");
+    Folder("ProgramData");
+    Open();
+    EXPECT_EQ(Version(), "6.1.7601 p2 ");
+    EXPECT_EQ(Special(26), "C:\\Users\\Ada\\AppData\\Roaming");
+    EXPECT_EQ(Special(28), "C:\\Users\\Ada\\AppData\\Local");
+    EXPECT_EQ(Value(HiveClassesRoot, ".doc", ""), "ada");
+    EXPECT_EQ(Variable("ProgramData"), "C:\\ProgramData");
+}
+
+TEST_F(WindowsDisk, WithoutAProfileListUsersAreTheFoldersOfProfiles) {
+    MakeXp();
+    Hive("WINDOWS/system32/config/software", {{u"Microsoft\\Windows NT\\CurrentVersion", u"CurrentVersion", u"5.1"}});
+    Open();
+    EXPECT_THAT(Machine().Users(), ElementsAre("Ada"));
+}
+
+TEST_F(WindowsDisk, AHiveThatEverythingRestsOnAndCantBeReadIsNamed) {
+    MakeXp();
+    File("WINDOWS/system32/config/software", "rubbish");
+    EXPECT_THAT(OpenFails(), HasSubstr("software is not a registry hive"));
+}
+
+TEST_F(WindowsDisk, AHiveThatMayBeLeftOutIsLeftOutWithANote) {
+    MakeXp();
+    File("WINDOWS/system32/config/SAM", "rubbish");
+    Open();
+    ASSERT_EQ(Machine().Notes().size(), 1U);
+    EXPECT_THAT(Machine().Notes()[0], HasSubstr("SAM is not a registry hive; it is left out"));
+    EXPECT_EQ(Value(HiveCurrentUser, "Software\\Sample", "Who"), "Ada");
+}
+
+TEST_F(WindowsDisk, ADirtyHiveWithoutALogIsTold) {
+    MakeXp();
+    const fs::path hive = Disk() / "WINDOWS/system32/config/default";
+    std::fstream file(hive, std::ios::binary | std::ios::in | std::ios::out);
+    std::array<char, 512> header{};
+    file.read(header.data(), header.size());
+    auto* block = reinterpret_cast<std::byte*>(header.data());
+    offline::regf::BaseBlock base = offline::regf::ParseBaseBlock(block);
+    ++base.sequence1;
+    StoreBaseBlock(block, base);
+    file.seekp(0);
+    file.write(header.data(), header.size());
+    file.close();
+    Open();
+    ASSERT_EQ(Machine().Notes().size(), 1U);
+    EXPECT_THAT(Machine().Notes()[0], HasSubstr("was not written to its end"));
+}
+
+TEST_F(WindowsDisk, AMachineThatIsOnlyReadRefusesWrites) {
+    MakeXp();
+    Open();
+    const auto key = Machine().View().registry->Open(HiveCurrentUser, "Software\\Sample");
+    ASSERT_TRUE(key.Ok());
+    EXPECT_EQ(key.Value()->Set("Who", platform::ValueType::Sz, std::string_view("x\0", 2)), SysError::WriteProtect);
+}
+
+TEST_F(WindowsDisk, WhatIsChangedAndCommittedIsThereWhenTheDiskIsOpenedAgain) {
+    MakeXp();
+    Open("", true);
+    auto& registry = *Machine().View().registry;
+    {
+        const auto key = registry.Open(HiveCurrentUser, "Software\\Sample");
+        ASSERT_TRUE(key.Ok());
+        ASSERT_EQ(key.Value()->Set("Who", platform::ValueType::Sz, std::string_view("Grace\0", 6)), SysError::Success);
+        ASSERT_TRUE(registry.Create(HiveLocalMachine, "SYSTEM\\CurrentControlSet\\Services\\New").Ok());
+        ASSERT_EQ(registry.RemoveKey(HiveLocalMachine, "SYSTEM\\CurrentControlSet\\Services\\Sample"),
+                  SysError::Success);
+    }
+    ASSERT_EQ(registry.Commit(), SysError::Success);
+    Open();
+    EXPECT_EQ(Value(HiveCurrentUser, "Software\\Sample", "Who"), "Grace");
+    EXPECT_TRUE(Machine().View().registry->Open(HiveLocalMachine, "SYSTEM\\ControlSet002\\Services\\New").Ok());
+    EXPECT_EQ(Value(HiveLocalMachine, "SYSTEM\\ControlSet002\\Services\\Sample", "ImagePath"), "no key");
+}
+
+TEST_F(WindowsDisk, HivesThatNothingChangedKeepEveryByte) {
+    MakeXp();
+    const auto bytes = [&](const char* name) {
+        std::ifstream in(Disk() / name, std::ios::binary);
+        return std::string(std::istreambuf_iterator<char>(in), {});
+    };
+    const std::string before = bytes("WINDOWS/system32/config/software");
+    Open("", true);
+    ASSERT_TRUE(Machine().View().registry->Create(HiveCurrentUser, "New").Ok());
+    ASSERT_EQ(Machine().View().registry->Commit(), SysError::Success);
+    EXPECT_EQ(bytes("WINDOWS/system32/config/software"), before);
+}
+
+TEST_F(WindowsDisk, ASleepingWindowsIsNotChanged) {
+    MakeXp();
+    File("hiberfil.sys", "HIBR and more");
+    EXPECT_THAT(OpenFails("", true), HasSubstr("hibernated"));
+    Open();
+    File("hiberfil.sys", std::string(64, '\0'));
+    Open("", true);
+}
+
+TEST_F(WindowsDisk, TheRegistryOfWindows9xIsNamedAndTheDiskReadWithoutIt) {
+    File("WINDOWS/SYSTEM.DAT", "CREG and more");
+    Folder("WINDOWS/SYSTEM");
+    Folder("Program Files");
+    Open();
+    EXPECT_FALSE(Machine().View().can.registry);
+    ASSERT_EQ(Machine().Notes().size(), 1U);
+    EXPECT_THAT(Machine().Notes()[0], HasSubstr("Windows 95, 98 or Me (CREG)"));
+}
+
+TEST_F(WindowsDisk, AHiveThatIsALinkOutOfTheDiskIsNotFollowed) {
+    MakeXp();
+    const fs::path outside = fs::path(Disk().string() + "-outside");
+    fs::rename(Disk() / "WINDOWS/system32/config/SYSTEM", outside);
+    fs::create_symlink(outside, Disk() / "WINDOWS/system32/config/SYSTEM");
+    EXPECT_THAT(OpenFails(), HasSubstr("SYSTEM is a link, which is not followed"));
+    fs::remove(outside);
+}
+
+}  // namespace
+}  // namespace kel::test
