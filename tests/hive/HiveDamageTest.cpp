@@ -209,6 +209,19 @@ TEST(HiveDamage, AKeyWhoseSubkeysAreUnreadableIsNotDeletedOverThem) {
     EXPECT_NE(At(*hive, u"A\\B"), NoKey);
 }
 
+TEST(HiveDamage, AKeyThatStandsForAnotherHasNoValuesAndTakesNone) {
+    const auto made = Sample();
+    Patched patched(*made);
+    const KeyId e = At(*made, u"E");
+    patched.Set16(e, nk::FlagsAt, nk::CompressedName | nk::PredefinedHandle);
+    patched.Set32(e, nk::ValueCountAt, 0x80000002);
+    const auto hive = patched.Read();
+    EXPECT_EQ(hive->Damage().Count(), 0U);
+    EXPECT_EQ(hive->ValueCount(e), 0U);
+    EXPECT_EQ(hive->SetValue(e, u"v", 3, {}), SysError::AccessDenied);
+    EXPECT_EQ(hive->DeleteKey(hive->Root(), u"E"), SysError::Success);
+}
+
 TEST(HiveDamage, ALostRootIsFoundByItsMark) {
     const auto made = Sample();
     Bytes bytes = Written(*made);
