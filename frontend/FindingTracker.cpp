@@ -53,10 +53,10 @@ void FindingTracker::TellNew(const DetectedThreat& detected) {
     New(detected.ThreatLocationFiles, told.files, [&](const ThreatLocationFile& file) {
         FindingRecord one = finding;
         one.md5 = file.MD5;
-        TellOne(one, "file", file.DetectedFilePath, file.OptionLevel);
+        TellOne(one, "file", file.DetectedFilePath(), file.OptionLevel);
     });
     New(detected.ThreatLocationFolders, told.folders, [&](const ThreatLocationFolder& folder) {
-        TellOne(finding, "folder", folder.DetectedFolderPath, detected.OptionLevel);
+        TellOne(finding, "folder", folder.DetectedFolderPath(), detected.OptionLevel);
     });
     New(detected.ThreatLocationRegKeys, told.registry,
         [&](const ThreatLocationRegKey& key) { TellOne(finding, "registry", RegistryLocation(key), key.OptionLevel); });

@@ -4,9 +4,11 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <string_view>
 
 #include "core/Collection.h"
 #include "results/Enumerations.h"
+#include "results/LocationPaths.h"
 #include "results/ThreatLocationCookie.h"
 #include "results/ThreatLocationCustom.h"
 #include "results/ThreatLocationFile.h"
@@ -36,11 +38,20 @@ public:
     enDetectedThreatAction DetectedThreatAction = DetectedThreatActionNone;
     std::shared_ptr<ThreatLite> Threat;  ///< the catalogue's record, kept as given
 
+    /// Whether one of the file locations was found at this path, without regard to case. The time that it takes does
+    /// not grow with the locations.
+    [[nodiscard]] bool HasFile(std::string_view path);
+    /// The same for the folder locations.
+    [[nodiscard]] bool HasFolder(std::string_view path);
+
 private:
     template <class Location>
     static Locations<Location> MakeLocations() {
         return std::make_shared<Collection<std::shared_ptr<Location>>>();
     }
+
+    LocationPaths<ThreatLocationFile, &ThreatLocationFile::DetectedFilePath> filePaths_;
+    LocationPaths<ThreatLocationFolder, &ThreatLocationFolder::DetectedFolderPath> folderPaths_;
 };
 
 }  // namespace kel

@@ -6,6 +6,7 @@
 #include "core/Failures.h"
 #include "core/Guid.h"
 #include "core/Text.h"
+#include "results/Required.h"
 #include "system/clsFolderPaths.h"
 #include "system/modHelper.h"
 
@@ -117,8 +118,8 @@ std::string Scan::GetFilePathFromDetectedCookie(std::int32_t ThreatID, std::stri
         if (!DetectedThreatExists(ThreatID)) {
             return;
         }
-        for (const auto& location : *(*Find(ThreatID))->ThreatLocationCookies) {
-            if (EqualText(location->Cookie, Cookie)) {
+        for (const auto& location : Required(Detected(ThreatID).ThreatLocationCookies)) {
+            if (EqualText(Required(location).Cookie, Cookie)) {
                 path = location->DetectedFilePath;
             }
         }
@@ -132,9 +133,9 @@ std::string Scan::GetFilePathFromDetectedFile(std::int32_t ThreatID, std::string
         if (!DetectedThreatExists(ThreatID)) {
             return;
         }
-        for (const auto& location : *(*Find(ThreatID))->ThreatLocationFiles) {
-            if (EqualText(location->MD5, MD5)) {
-                path = location->DetectedFilePath;
+        for (const auto& location : Required(Detected(ThreatID).ThreatLocationFiles)) {
+            if (EqualText(Required(location).MD5, MD5)) {
+                path = location->DetectedFilePath();
             }
         }
     });
@@ -149,11 +150,8 @@ std::string Scan::GetDetectedThreat(std::int32_t ThreatIndex) {
     if (ThreatIndex < 1) {
         Raise(ErrSubscriptOutOfRange);
     }
-    const std::shared_ptr<DetectedThreat> threat = DetectedThreats()->Item(static_cast<std::size_t>(ThreatIndex));
-    if (!threat->Threat) {
-        Raise(ErrObjectNotSet);
-    }
-    return Text(threat->ScanType) + "|" + threat->Threat->ThreatName;
+    const DetectedThreat& threat = Required(DetectedThreats()->Item(static_cast<std::size_t>(ThreatIndex)));
+    return Text(threat.ScanType) + "|" + Required(threat.Threat).ThreatName;
 }
 
 std::int16_t Scan::GetFileOptionLevel(std::string_view MD5, std::string_view /*FilePath*/) {

@@ -65,13 +65,19 @@ public:
     void EventScanAborted(std::string_view szReason);
 
     // The adds. All refuse ignored threats; all but the first refuse a location that the threat has already, each by a
-    // rule of its own.
+    // rule of its own. The first location of a threat makes its DetectedThreat, with this scan type and the level of
+    // the signature that matched last.
+
+    /// A cookie that no signature names is a failure; a DetectedThreat that it made stays.
     void AddDetectedThreatCookie(enScanType ScanType, std::int32_t ThreatID, std::string_view Cookie,
                                  std::string_view FilePath);
     /// Expands a short path. A path that is not there is dropped in silence.
     void AddDetectedThreatFile(enScanType ScanType, std::int32_t ThreatID, std::string_view MD5,
                                std::string_view FilePath);
+    /// Expands a short path. Whether the folder is there is not asked.
     void AddDetectedThreatFolder(enScanType ScanType, std::int32_t ThreatID, std::string_view FolderPath);
+    /// @param RegHive a predefined key's number
+    /// @param ScanLevel level of the location
     void AddDetectedThreatRegKey(enScanType ScanType, std::int32_t ThreatID, platform::Hive RegHive,
                                  std::string_view Regkey, std::string_view RegValueName = {},
                                  std::string_view RegValueData = {}, std::int16_t ScanLevel = 0);
@@ -92,7 +98,8 @@ public:
     [[nodiscard]] std::int16_t GetFileOptionLevel(std::string_view MD5, std::string_view FilePath);
 
 private:
-    [[nodiscard]] const std::shared_ptr<DetectedThreat>* Find(std::int32_t threatID);
+    /// The detection of a threat. Raises error 5 when it is not recorded, 91 when nothing is recorded for it.
+    [[nodiscard]] DetectedThreat& Detected(std::int32_t threatID);
     [[nodiscard]] bool DetectedThreatExists(std::int32_t threatID);
     [[nodiscard]] bool DetectedFileExists(std::int32_t threatID, std::string_view filePath);
     [[nodiscard]] bool DetectedFolderExists(std::int32_t threatID, std::string_view folderPath);

@@ -7,6 +7,7 @@
 #include "core/EngineState.h"
 #include "core/Failures.h"
 #include "core/Text.h"
+#include "results/Required.h"
 #include "results/Scan.h"
 #include "results/modIgnoredThreats.h"
 #include "system/modFiles.h"
@@ -40,12 +41,12 @@ bool IsCookieSignature(std::string_view cookie, std::int16_t& level) {
 
 }  // namespace
 
-const std::shared_ptr<DetectedThreat>* Scan::Find(std::int32_t threatID) {
-    return std::as_const(*DetectedThreats()).Find(KeyOf(threatID));
+DetectedThreat& Scan::Detected(std::int32_t threatID) {
+    return Required(DetectedThreats()->Item(KeyOf(threatID)));
 }
 
 bool Scan::DetectedThreatExists(std::int32_t threatID) {
-    return Succeeds([&] { return Find(threatID) != nullptr; });
+    return Succeeds([&] { return DetectedThreats()->Contains(KeyOf(threatID)); });
 }
 
 DetectedThreat& Scan::FindOrCreate(enScanType scanType, std::int32_t threatID) {
@@ -58,34 +59,17 @@ DetectedThreat& Scan::FindOrCreate(enScanType scanType, std::int32_t threatID) {
         threat->Threat = modThreats::GetThreatLiteByThreatID(threatID);
         DetectedThreats()->Add(threat, KeyOf(threatID));
     }
-    return *DetectedThreats()->Item(KeyOf(threatID));
+    return Detected(threatID);
 }
 
 bool Scan::DetectedFileExists(std::int32_t threatID, std::string_view filePath) {
-    return Succeeds([&] {
-        if (filePath.empty() || !DetectedThreatExists(threatID)) {
-            return false;
-        }
-        for (const auto& location : *(*Find(threatID))->ThreatLocationFiles) {
-            if (EqualText(location->DetectedFilePath, filePath)) {
-                return true;
-            }
-        }
-        return false;
-    });
+    return Succeeds(
+        [&] { return !filePath.empty() && DetectedThreatExists(threatID) && Detected(threatID).HasFile(filePath); });
 }
 
 bool Scan::DetectedFolderExists(std::int32_t threatID, std::string_view folderPath) {
     return Succeeds([&] {
-        if (folderPath.empty() || !DetectedThreatExists(threatID)) {
-            return false;
-        }
-        for (const auto& location : *(*Find(threatID))->ThreatLocationFolders) {
-            if (EqualText(location->DetectedFolderPath, folderPath)) {
-                return true;
-            }
-        }
-        return false;
+        return !folderPath.empty() && DetectedThreatExists(threatID) && Detected(threatID).HasFolder(folderPath);
     });
 }
 
@@ -99,8 +83,8 @@ bool Scan::DetectedRegKeyExists(std::int32_t threatID, platform::Hive regHive, s
         const std::string key = LCase(regKey);
         const std::string name = LCase(regValueName);
         const std::string data = LCase(regValueData);
-        for (const auto& location : *(*Find(threatID))->ThreatLocationRegKeys) {
-            if (location->RegHive == regHive && location->Regkey == key && location->RegValueName == name &&
+        for (const auto& location : Required(Detected(threatID).ThreatLocationRegKeys)) {
+            if (Required(location).RegHive == regHive && location->Regkey == key && location->RegValueName == name &&
                 location->RegValueData == data) {
                 return true;
             }
@@ -114,8 +98,8 @@ bool Scan::DetectedCustomExists(std::int32_t threatID, std::int32_t customID) {
         if (customID == 0 || !DetectedThreatExists(threatID)) {
             return false;
         }
-        for (const auto& location : *(*Find(threatID))->ThreatLocationCustoms) {
-            if (location->CustomID == customID) {
+        for (const auto& location : Required(Detected(threatID).ThreatLocationCustoms)) {
+            if (Required(location).CustomID == customID) {
                 return true;
             }
         }
@@ -136,7 +120,7 @@ void Scan::AddDetectedThreatCookie(enScanType ScanType, std::int32_t ThreatID, s
         if (!IsCookieSignature(Cookie, location->OptionLevel)) {
             Raise(State().CookieDataTable ? ErrInvalidProcedureCall : ErrObjectNotSet, Cookie);
         }
-        threat.ThreatLocationCookies->Add(location);
+        Required(threat.ThreatLocationCookies).Add(location);
         EventThreatDetected(Cookie, ScanType, ThreatID);
     });
 }
@@ -164,11 +148,10 @@ void Scan::AddDetectedThreatFile(enScanType ScanType, std::int32_t ThreatID, std
             return;
         }
         DetectedThreat& threat = FindOrCreate(ScanType, ThreatID);
-        const auto location = std::make_shared<ThreatLocationFile>();
+        const auto location = std::make_shared<ThreatLocationFile>(path);
         location->MD5 = MD5;
-        location->DetectedFilePath = path;
         location->OptionLevel = GetFileOptionLevel(MD5, path);
-        threat.ThreatLocationFiles->Add(location);
+        Required(threat.ThreatLocationFiles).Add(location);
         EventThreatDetected(path, ScanType, ThreatID);
     });
 }
@@ -186,9 +169,8 @@ void Scan::AddDetectedThreatFolder(enScanType ScanType, std::int32_t ThreatID, s
             return;
         }
         DetectedThreat& threat = FindOrCreate(ScanType, ThreatID);
-        const auto location = std::make_shared<ThreatLocationFolder>();
-        location->DetectedFolderPath = path;
-        threat.ThreatLocationFolders->Add(location);
+        const auto location = std::make_shared<ThreatLocationFolder>(path);
+        Required(threat.ThreatLocationFolders).Add(location);
         EventThreatDetected(path, ScanType, ThreatID);
     });
 }
@@ -208,7 +190,7 @@ void Scan::AddDetectedThreatRegKey(enScanType ScanType, std::int32_t ThreatID, p
         location->RegValueName = RegValueName;
         location->RegValueData = RegValueData;
         location->OptionLevel = ScanLevel;
-        threat.ThreatLocationRegKeys->Add(location);
+        Required(threat.ThreatLocationRegKeys).Add(location);
         EventThreatDetected(modHelper::GetRegistryHiveNameFromHive(RegHive) + "\\" + std::string(Regkey), ScanType,
                             ThreatID);
     });
@@ -220,13 +202,10 @@ void Scan::AddDetectedThreatCustom(enScanType ScanType, std::int32_t ThreatID,
         if (modIgnoredThreats::IsIgnoredThreatID(ThreatID)) {
             return;
         }
-        if (!oThreatLocationCustom) {
-            Raise(ErrObjectNotSet);
-        }
-        if (DetectedCustomExists(ThreatID, oThreatLocationCustom->CustomID)) {
+        if (DetectedCustomExists(ThreatID, Required(oThreatLocationCustom).CustomID)) {
             return;
         }
-        FindOrCreate(ScanType, ThreatID).ThreatLocationCustoms->Add(oThreatLocationCustom);
+        Required(FindOrCreate(ScanType, ThreatID).ThreatLocationCustoms).Add(oThreatLocationCustom);
         EventThreatDetected(CustomText, ScanType, ThreatID);
     });
 }

@@ -2,15 +2,22 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 
 #include "results/Enumerations.h"
 
 namespace kel {
 
-/// One file of a threat. The catalogue fills the first fields; a detection fills `MD5`, `OptionLevel` and
-/// `DetectedFilePath`. Fields in the order of the interface.
+/// One file of a threat. The catalogue fills the first fields; a detection fills `MD5`, `OptionLevel` and the path at
+/// which it was found. Fields in the order of the interface.
 class ThreatLocationFile {
 public:
+    ThreatLocationFile() = default;
+    /// @param detectedFilePath full path of the file that was found
+    explicit ThreatLocationFile(std::string_view detectedFilePath) : detectedFilePath_(detectedFilePath) {}
+    ThreatLocationFile(const ThreatLocationFile&) = default;
+    ThreatLocationFile& operator=(const ThreatLocationFile&) = delete;
+
     std::int32_t ThreatFileID = 0;
     enThreatFileTypes ThreatFileType = ThreatFileTypeGeneral;
     std::string FileName;
@@ -18,7 +25,11 @@ public:
     std::int32_t CleanOrder = 0;
     bool CleanWithoutMD5 = false;
     std::int16_t OptionLevel = 0;
-    std::string DetectedFilePath;
+    [[nodiscard]] const std::string& DetectedFilePath() const { return detectedFilePath_; }
+    void SetDetectedFilePath(std::string_view path);
+
+private:
+    std::string detectedFilePath_;
 };
 
 }  // namespace kel

@@ -189,7 +189,7 @@ TEST_F(ScanRecord, AFileBecomesADetectionWithAllThatIsKnownOfIt) {
     ASSERT_EQ(threat.ThreatLocationFiles->Count(), 1U);
     const ThreatLocationFile& location = *threat.ThreatLocationFiles->Item(1);
     EXPECT_EQ(location.MD5, "00112233445566778899AABBCCDDEEFF");
-    EXPECT_EQ(location.DetectedFilePath, path);
+    EXPECT_EQ(location.DetectedFilePath(), path);
     EXPECT_EQ(location.OptionLevel, 4);
     EXPECT_EQ(location.FileName, "");
     EXPECT_EQ(location.ThreatFileType, ThreatFileTypeGeneral);
@@ -291,8 +291,8 @@ TEST_F(ScanRecord, AShortPathIsStoredInItsLongForm) {
     scan->AddDetectedThreatFile(ScanTypeFiles, 7, "", shortPath);
     scan->AddDetectedThreatFolder(ScanTypeFolder, 8, shortPath);
     Install(Machine());
-    EXPECT_EQ(Threat(7).ThreatLocationFiles->Item(1)->DetectedFilePath, longPath);
-    EXPECT_EQ(Threat(8).ThreatLocationFolders->Item(1)->DetectedFolderPath, longPath);
+    EXPECT_EQ(Threat(7).ThreatLocationFiles->Item(1)->DetectedFilePath(), longPath);
+    EXPECT_EQ(Threat(8).ThreatLocationFolders->Item(1)->DetectedFolderPath(), longPath);
 }
 
 TEST_F(ScanRecord, ALongFormWithAQuestionMarkIsDiscardedForFilesOnly) {
@@ -304,15 +304,15 @@ TEST_F(ScanRecord, ALongFormWithAQuestionMarkIsDiscardedForFilesOnly) {
     scan->AddDetectedThreatFile(ScanTypeFiles, 7, "", shortPath);
     scan->AddDetectedThreatFolder(ScanTypeFolder, 8, shortPath);
     Install(Machine());
-    EXPECT_EQ(Threat(7).ThreatLocationFiles->Item(1)->DetectedFilePath, shortPath);
-    EXPECT_EQ(Threat(8).ThreatLocationFolders->Item(1)->DetectedFolderPath, "C:\\?.exe");
+    EXPECT_EQ(Threat(7).ThreatLocationFiles->Item(1)->DetectedFilePath(), shortPath);
+    EXPECT_EQ(Threat(8).ThreatLocationFolders->Item(1)->DetectedFolderPath(), "C:\\?.exe");
 }
 
 TEST_F(ScanRecord, AFolderIsRecordedWithoutALookAtTheDiskAndOnlyOnce) {
     scan->AddDetectedThreatFolder(ScanTypeFolder, 7, "C:\\No\\Such");
     scan->AddDetectedThreatFolder(ScanTypeFolder, 7, "c:\\no\\such");
     ASSERT_EQ(Threat(7).ThreatLocationFolders->Count(), 1U);
-    EXPECT_EQ(Threat(7).ThreatLocationFolders->Item(1)->DetectedFolderPath, "C:\\No\\Such");
+    EXPECT_EQ(Threat(7).ThreatLocationFolders->Item(1)->DetectedFolderPath(), "C:\\No\\Such");
     EXPECT_THAT(found, ElementsAre(HeardThreat{"C:\\No\\Such", ScanTypeFolder, 7, 1}));
 }
 

@@ -403,7 +403,7 @@ TEST_F(FolderWalk, AFolderWithoutADotIsRecordedAsAFolder) {
     const DetectedThreat& threat = *scanner.Scan()->DetectedThreats()->Item(1);
     EXPECT_EQ(threat.ScanType, ScanTypeFiles);
     ASSERT_EQ(threat.ThreatLocationFolders->Count(), 1U);
-    EXPECT_EQ(threat.ThreatLocationFolders->Item(1)->DetectedFolderPath, LCase(Top() + "badware"));
+    EXPECT_EQ(threat.ThreatLocationFolders->Item(1)->DetectedFolderPath(), LCase(Top() + "badware"));
 }
 
 TEST_F(FolderWalk, ADotAnywhereMakesAFolderAFile) {

@@ -62,7 +62,7 @@ std::vector<std::string> ScanTest::FilesOf(std::int32_t threat) {
     for (const auto& detected : *CurrentScan()->DetectedThreats()) {
         if (detected->ThreatID == threat) {
             for (const auto& location : *detected->ThreatLocationFiles) {
-                paths.push_back(location->DetectedFilePath);
+                paths.push_back(location->DetectedFilePath());
             }
         }
     }

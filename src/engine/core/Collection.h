@@ -44,6 +44,10 @@ public:
     }
     [[nodiscard]] bool Contains(std::string_view key) const { return Find(key) != nullptr; }
 
+    /// Items removed since the collection was made. Items are only ever added at the end, so while this number stays
+    /// the items that were there are where they were.
+    [[nodiscard]] std::size_t Removals() const noexcept { return removals_; }
+
     void Remove(std::size_t index) { Erase(Place(index)); }
     void Remove(std::string_view key) { Erase(Place(key)); }
 
@@ -86,6 +90,7 @@ private:
         return found->second;
     }
     void Erase(std::size_t place) {
+        ++removals_;
         if (entries_[place].key) {
             places_.erase(*entries_[place].key);
         }
@@ -99,6 +104,7 @@ private:
 
     std::vector<Entry> entries_;
     std::unordered_map<std::string, std::size_t> places_;
+    std::size_t removals_ = 0;
 };
 
 }  // namespace kel

@@ -1,0 +1,19 @@
+// Objects that a client may have taken away.
+#pragma once
+
+#include <memory>
+
+#include "core/RuntimeError.h"
+
+namespace kel {
+
+/// The object of a reference. Raises error 91 when the reference is nothing.
+template <class T>
+[[nodiscard]] T& Required(const std::shared_ptr<T>& reference) {
+    if (!reference) {
+        Raise(ErrObjectNotSet);
+    }
+    return *reference;
+}
+
+}  // namespace kel
