@@ -2,6 +2,9 @@
 
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
+#include <sstream>
+
 #include "frontend/ExitCodes.h"
 #include "frontend/ScanCommand.h"
 #include "frontend/ScanOptions.h"
@@ -38,7 +41,7 @@ void AddScanOptions(CLI::App& command, ScanOptions& options) {
 
 }  // namespace
 
-int Run(int argc, char** argv) {
+int Run(std::vector<std::string> arguments, const Streams& streams) {
     CLI::App app{"Anti-spyware engine: scans a Windows machine, live on Windows or offline on Linux", "ombrelane"};
     app.footer(Footer);
     app.require_subcommand(1);
@@ -50,15 +53,21 @@ int Run(int argc, char** argv) {
     AddScanOptions(*scanCommand, scan);
 
     try {
-        app.parse(argc, argv);
+        std::reverse(arguments.begin(), arguments.end());  // as the library wants them
+        app.parse(std::move(arguments));
     } catch (const CLI::ParseError& error) {
-        return app.exit(error) == 0 ? static_cast<int>(ExitClean) : static_cast<int>(ExitUsage);
+        std::ostringstream out;
+        std::ostringstream err;
+        const bool asked = app.exit(error, out, err) == 0;
+        std::fputs(out.str().c_str(), streams.out);
+        std::fputs(err.str().c_str(), streams.err);
+        return asked ? ExitClean : ExitUsage;
     }
     if (const auto problem = CheckScanOptions(scan)) {
-        std::fprintf(stderr, "ombrelane scan: %s\nRun with --help for more information.\n", problem->c_str());
+        std::fprintf(streams.err, "ombrelane scan: %s\nRun with --help for more information.\n", problem->c_str());
         return ExitUsage;
     }
-    return RunScan(scan);
+    return RunScan(scan, streams);
 }
 
 }  // namespace kel::frontend

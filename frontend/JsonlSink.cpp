@@ -15,11 +15,11 @@ std::string Utf8(const std::string& text) {
     return platform::Current().text->ToUtf8(text);
 }
 
-void WriteLine(std::FILE* out, const Json& line) {
-    std::string text = line.dump(-1, ' ', false, Json::error_handler_t::replace);
+// In ASCII, so that no byte of a name steers a terminal or depends on a code page.
+void WriteLine(Output& out, const Json& line) {
+    std::string text = line.dump(-1, ' ', true, Json::error_handler_t::replace);
     text += '\n';
-    std::fwrite(text.data(), 1, text.size(), out);
-    std::fflush(out);
+    out.Write(text);
 }
 
 }  // namespace

@@ -1,23 +1,22 @@
-// One JSON object a line, each written with one write.
+// One JSON object a line in plain ASCII, each written with one write.
 #pragma once
 
-#include <cstdio>
-
+#include "frontend/Output.h"
 #include "frontend/Sink.h"
 
 namespace kel::frontend {
 
 class JsonlSink : public Sink {
 public:
-    /// `out` stays the caller's.
-    explicit JsonlSink(std::FILE* out) : out_(out) {}
+    /// `out` outlives the object.
+    explicit JsonlSink(Output& out) : out_(out) { out_.KeepLineEnds(); }
     void Start(const StartRecord& record) override;
     void Finding(const FindingRecord& record) override;
     void Error(const ErrorRecord& record) override;
     void Summary(const SummaryRecord& record) override;
 
 private:
-    std::FILE* out_;
+    Output& out_;
 };
 
 }  // namespace kel::frontend

@@ -1,7 +1,7 @@
 #include "frontend/ProgressLine.h"
 
+#include "frontend/ShownText.h"
 #include "frontend/Terminal.h"
-#include "platform/Platform.h"
 
 namespace kel::frontend {
 
@@ -18,12 +18,7 @@ void ProgressLine::Show(std::string_view stage, std::int64_t count, std::string_
     const auto rate = static_cast<long long>(seconds > 0 ? static_cast<double>(count) / seconds : 0);
     std::string line = std::string(stage) + "  " + std::to_string(count) + "  " + std::to_string(rate) + "/s  ";
     const auto room = static_cast<std::size_t>(Columns(out_) - 1);
-    std::string shown = platform::Current().text->ToUtf8(location);
-    for (char& c : shown) {
-        if (static_cast<unsigned char>(c) < 32 || c == 127) {
-            c = '?';
-        }
-    }
+    std::string shown = ShownText(location);
     if (line.size() + shown.size() > room && line.size() + 3 < room) {
         // The end of a path tells more than its beginning.
         std::size_t from = shown.size() - (room - line.size() - 3);

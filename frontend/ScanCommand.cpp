@@ -66,11 +66,11 @@ private:
     bool tablesComplete_ = true;
 };
 
-std::unique_ptr<Sink> MakeSink(const ScanOptions& options) {
+std::unique_ptr<Sink> MakeSink(const ScanOptions& options, Output& out, const Streams& streams) {
     if (options.format == OutputFormat::Jsonl) {
-        return std::make_unique<JsonlSink>(stdout);
+        return std::make_unique<JsonlSink>(out);
     }
-    return std::make_unique<TextSink>(stdout, stderr, MayColour(stdout));
+    return std::make_unique<TextSink>(out, streams.err, MayColour(streams.out));
 }
 
 std::vector<std::string> Targets(const ScanOptions& options) {
@@ -102,16 +102,6 @@ std::vector<std::string> NotAvailable(const platform::Capabilities& can) {
         stages.emplace_back("registry");
     }
     return stages;
-}
-
-int Verdict(const SummaryRecord& summary) {
-    if (!summary.complete) {
-        return ExitIncomplete;
-    }
-    if (summary.threats > 0) {
-        return ExitThreats;
-    }
-    return summary.unreadable > 0 || summary.errors > 0 ? ExitIncomplete : ExitClean;
 }
 
 int Work(const ScanOptions& options, Machine& machine, const platform::Platform& watched, Sink& sink,
@@ -181,7 +171,7 @@ int Work(const ScanOptions& options, Machine& machine, const platform::Platform&
 
 }  // namespace
 
-int RunScan(const ScanOptions& options) {
+int RunScan(const ScanOptions& options, const Streams& streams) {
     try {
         Machine machine(options);
         const std::string data = machine.HostFolder(options.data);
@@ -204,15 +194,20 @@ int RunScan(const ScanOptions& options) {
             throw MachineError("no kelThreatData.sdb in the data folder " + options.data);
         }
 
-        const std::unique_ptr<Sink> sink = MakeSink(options);
-        ProgressLine progress(stderr, !options.noProgress && IsTerminal(stderr));
+        Output out(streams.out);
+        const std::unique_ptr<Sink> sink = MakeSink(options, out, streams);
+        ProgressLine progress(streams.err, !options.noProgress && IsTerminal(streams.err));
         Observer observer(*sink, progress);
         watcher = &observer;
         const int code = Work(options, machine, platform, *sink, progress, observer);
         watcher = nullptr;
+        if (!out.Problem().empty()) {
+            std::fprintf(streams.err, "ombrelane scan: the results could not be written: %s\n", out.Problem().c_str());
+            return ExitIncomplete;
+        }
         return code;
     } catch (const MachineError& error) {
-        std::fprintf(stderr, "ombrelane scan: %s\n", error.what());
+        std::fprintf(streams.err, "ombrelane scan: %s\n", error.what());
         return ExitNoInput;
     }
 }

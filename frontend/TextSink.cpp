@@ -1,6 +1,6 @@
 #include "frontend/TextSink.h"
 
-#include "platform/Platform.h"
+#include "frontend/ShownText.h"
 
 namespace kel::frontend {
 
@@ -12,17 +12,6 @@ constexpr const char* Yellow = "\x1b[33m";
 constexpr const char* Green = "\x1b[32m";
 constexpr const char* Plain = "";
 
-// Control characters in a name must not steer the terminal.
-std::string Shown(const std::string& text) {
-    std::string shown = platform::Current().text->ToUtf8(text);
-    for (char& c : shown) {
-        if (static_cast<unsigned char>(c) < 32 || c == 127) {
-            c = '?';
-        }
-    }
-    return shown;
-}
-
 std::string Counted(std::int64_t count, const char* one, const char* many) {
     return std::to_string(count) + " " + (count == 1 ? one : many);
 }
@@ -30,7 +19,7 @@ std::string Counted(std::int64_t count, const char* one, const char* many) {
 std::string Joined(const std::vector<std::string>& words) {
     std::string text;
     for (const std::string& word : words) {
-        text += (text.empty() ? "" : ", ") + Shown(word);
+        text += (text.empty() ? "" : ", ") + ShownText(word);
     }
     return text;
 }
@@ -39,12 +28,12 @@ std::string Joined(const std::vector<std::string>& words) {
 
 void TextSink::Print(const char* code, const std::string& text) {
     const bool coloured = colour_ && *code != '\0';
-    std::fprintf(out_, "%s%s%s\n", coloured ? code : "", text.c_str(), coloured ? "\x1b[0m" : "");
+    out_.Write((coloured ? code : "") + text + (coloured ? "\x1b[0m\n" : "\n"));
 }
 
 void TextSink::Start(const StartRecord& record) {
-    Print(Plain, "Scanning " + Joined(record.targets) + " of " + Shown(record.machine) + ", depth " + record.depth +
-                     ", signature data " + Shown(record.dataVersion));
+    Print(Plain, "Scanning " + Joined(record.targets) + " of " + ShownText(record.machine) + ", depth " + record.depth +
+                     ", signature data " + ShownText(record.dataVersion));
     if (!record.notAvailable.empty()) {
         Print(Plain, "Not available on this machine: " + Joined(record.notAvailable));
     }
@@ -59,8 +48,8 @@ void TextSink::Finding(const FindingRecord& record) {
 }
 
 void TextSink::Error(const ErrorRecord& record) {
-    std::fprintf(err_, "ombrelane: %s%s%s\n", Shown(record.location).c_str(), record.location.empty() ? "" : ": ",
-                 Shown(record.message).c_str());
+    std::fprintf(err_, "ombrelane: %s%s%s\n", ShownText(record.location).c_str(), record.location.empty() ? "" : ": ",
+                 ShownText(record.message).c_str());
 }
 
 void TextSink::Summary(const SummaryRecord& record) {
@@ -68,10 +57,11 @@ void TextSink::Summary(const SummaryRecord& record) {
         const auto& list = findings_[threat];
         const FindingRecord& first = list.front();
         Print(Plain, "");
-        Print(Red, Shown(first.name) + "  (threat " + std::to_string(threat) + ")");
-        Print(Plain, "  " + Shown(first.category) + ", risk " + Shown(first.levelName));
+        Print(Red, ShownText(first.name) + "  (threat " + std::to_string(threat) + ")");
+        Print(Plain, "  " + ShownText(first.category) + ", risk " + ShownText(first.levelName));
         for (const FindingRecord& finding : list) {
-            Print(Plain, "  " + finding.kind + std::string(10 - finding.kind.size(), ' ') + Shown(finding.location));
+            Print(Plain,
+                  "  " + finding.kind + std::string(10 - finding.kind.size(), ' ') + ShownText(finding.location));
         }
     }
     Print(Plain, "");
@@ -90,11 +80,10 @@ void TextSink::Summary(const SummaryRecord& record) {
         Print(Yellow, Counted(record.errors, "failure", "failures") + " reported in errors.log");
     }
     if (!record.abortReason.empty()) {
-        Print(Yellow, "The scan was aborted: " + Shown(record.abortReason));
+        Print(Yellow, "The scan was aborted: " + ShownText(record.abortReason));
     } else if (!record.complete) {
         Print(Yellow, "The scan is not complete");
     }
-    std::fflush(out_);
 }
 
 }  // namespace kel::frontend

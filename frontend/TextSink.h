@@ -5,14 +5,15 @@
 #include <map>
 #include <vector>
 
+#include "frontend/Output.h"
 #include "frontend/Sink.h"
 
 namespace kel::frontend {
 
 class TextSink : public Sink {
 public:
-    /// Findings and summary go to `out`, diagnostics to `err`; both stay the caller's.
-    TextSink(std::FILE* out, std::FILE* err, bool colour) : out_(out), err_(err), colour_(colour) {}
+    /// Findings and summary go to `out`, diagnostics to `err`; both outlive the object.
+    TextSink(Output& out, std::FILE* err, bool colour) : out_(out), err_(err), colour_(colour) {}
     void Start(const StartRecord& record) override;
     void Finding(const FindingRecord& record) override;
     void Error(const ErrorRecord& record) override;
@@ -21,7 +22,7 @@ public:
 private:
     void Print(const char* code, const std::string& text);
 
-    std::FILE* out_;
+    Output& out_;
     std::FILE* err_;
     bool colour_;
     std::vector<std::int32_t> order_;
