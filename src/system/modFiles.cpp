@@ -86,12 +86,27 @@ bool FolderExists(std::string_view path) {
 }
 
 std::int64_t FileLength(std::string_view path) {
-    const auto length = Files().Length(path);
-    return length ? static_cast<std::int64_t>(*length) : 0;
+    std::int64_t result = 0;
+    Trap(Module, "FileLength", [&] {
+        const auto length = Files().Length(path);
+        if (!length) {
+            paths::RaiseFileError(length.Error(), path);
+        }
+        result = static_cast<std::int64_t>(*length);
+    });
+    return result;
 }
 
 bool FileIsReadOnlyAtt(std::string_view path) {
-    return (Files().Attributes(path).ValueOr(0) & platform::AttributeReadOnly) != 0;
+    bool result = false;
+    Trap(Module, "FileIsReadOnlyAtt", [&] {
+        const auto attributes = Files().Attributes(path);
+        if (!attributes) {
+            paths::RaiseFileError(attributes.Error(), path);
+        }
+        result = (*attributes & platform::AttributeReadOnly) != 0;
+    });
+    return result;
 }
 
 void FileClearAttributes(std::string_view path) {
@@ -111,7 +126,17 @@ std::string FilePathFromFileSearch(std::string_view pattern) {
 }
 
 bool CreateFolder(std::string_view path) {
-    return paths::CreateFolder(path);
+    bool result = false;
+    Trap(Module, "CreateFolder", [&] {
+        if (path.size() < 2 || FolderExists(path)) {
+            return;
+        }
+        if (const SysError error = Files().MakeFolder(WithoutBackslash(path)); error != SysError::Success) {
+            paths::RaiseFileError(error, path);
+        }
+        result = FolderExists(path);
+    });
+    return result;
 }
 
 std::int32_t CreateFolderPath(std::string_view path) {

@@ -29,9 +29,9 @@ enum MoveMode : std::int32_t { MoveOnly = 0, MoveAndMark = 1, MoveAndUnmark = 2 
 bool FileExists(std::string_view path);
 /// True for a folder; a bare drive ("C:", "C:\") counts as one without a look at the disk.
 bool FolderExists(std::string_view path);
-/// Length in bytes, 0 on failure.
+/// Length in bytes, 0 on failure, which is reported.
 std::int64_t FileLength(std::string_view path);
-/// Whether the read-only attribute is set.
+/// Whether the read-only attribute is set; false for what is not there, which is reported.
 bool FileIsReadOnlyAtt(std::string_view path);
 /// Sets the attributes to normal. A failure is ignored.
 void FileClearAttributes(std::string_view path);
@@ -39,7 +39,7 @@ void FileClearAttributes(std::string_view path);
 /// found. Empty when nothing is found, or a folder without further attributes, or `pattern` has no backslash.
 std::string FilePathFromFileSearch(std::string_view pattern);
 
-/// Makes one folder. True when it was missing and is there now.
+/// Makes one folder. True when it was missing and is there now; one that can't be made is reported.
 bool CreateFolder(std::string_view path);
 /// Makes a folder with all its parents: Done or FolderPathNotMade.
 std::int32_t CreateFolderPath(std::string_view path);

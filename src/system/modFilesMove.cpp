@@ -35,6 +35,8 @@ std::int32_t MoveOnce(std::string_view source, std::string_view destination) {
     switch (Files().Rename(source, destination)) {
         case SysError::Success:
             return Done;
+        case SysError::FailedWithoutNumber:
+            return DeleteFailed;
         case SysError::FileNotFound:
             return FileNotFound;
         case SysError::AccessDenied:
@@ -49,7 +51,7 @@ std::int32_t MoveOnce(std::string_view source, std::string_view destination) {
 }
 
 void AppendMark(std::string_view path) {
-    if (FileLength(path) == 0) {
+    if (Files().Length(path).ValueOr(0) == 0) {
         return;
     }
     if (auto file = Files().Open(path, platform::OpenMode::Append)) {
@@ -81,10 +83,21 @@ SysError WriteAll(std::span<const std::byte> bytes, const std::string& path) {
     return (*file)->Flush();
 }
 
+// A name that nothing in the file's folder has; short, so that it fits wherever the file's own name does.
+std::string FreeNameBeside(std::string_view path) {
+    const std::size_t folderEnd = path.rfind('\\');
+    std::string name(path.substr(0, folderEnd == std::string_view::npos ? 0 : folderEnd + 1));
+    name += Mark;
+    while (FileExists(name)) {
+        name += '_';
+    }
+    return name;
+}
+
 // Takes the mark off. The file is written again beside the old one, which goes only when the new one is complete: this
 // may be the only copy of what a user wants back.
 void RemoveMark(const std::string& path) {
-    const std::string unmarked = path + ".6635";
+    const std::string unmarked = FreeNameBeside(path);
     {
         auto view = Files().View(path);
         if (!view) {

@@ -60,6 +60,9 @@ std::string GetProcessFilePath(std::uint32_t processId) {
             return;
         }
         std::string path = ExePathFromProcID(processId);
+        if (path.empty()) {
+            return;
+        }
         if (path.find('\\') == std::string::npos) {
             const std::string inSystem = modFolderPaths::GetSystemFolder() + path;
             if (modFiles::FileExists(inSystem)) {

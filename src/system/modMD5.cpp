@@ -4,8 +4,8 @@
 
 #include "core/EngineState.h"
 #include "core/Failures.h"
+#include "platform/Platform.h"
 #include "system/FileHash.h"
-#include "system/modFiles.h"
 
 namespace kel::modMD5 {
 
@@ -27,7 +27,8 @@ std::string FileMD5(std::string_view path) {
         if (path.size() <= LongestPathWithoutFile) {
             return;
         }
-        const std::int64_t length = modFiles::FileLength(path);
+        // Not by modFiles::FileLength: a file that can't be read has no hash, which is nothing to report.
+        const auto length = static_cast<std::int64_t>(platform::Current().files->Length(path).ValueOr(0));
         ModuleData<Data>().LastFileSize = static_cast<double>(length);
         if (length < MinBytes || length > OptMaxMD5Len()) {
             return;

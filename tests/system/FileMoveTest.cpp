@@ -96,13 +96,13 @@ TEST_P(FileMoveResults, FollowThePlatformsErrors) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(All, FileMoveResults,
-                         ::testing::Values(MoveCase{{}, 0}, MoveCase{{SysError::FileNotFound}, 1},
-                                           MoveCase{{SysError::AccessDenied}, 0},
-                                           MoveCase{{SysError::AccessDenied, SysError::AccessDenied}, 20},
-                                           MoveCase{{SysError::SharingViolation}, 21},
-                                           MoveCase{{SysError::LockViolation}, 21},
-                                           MoveCase{{SysError::AlreadyExists}, 20}));
+INSTANTIATE_TEST_SUITE_P(
+    All, FileMoveResults,
+    ::testing::Values(MoveCase{{}, 0}, MoveCase{{SysError::FileNotFound}, 1}, MoveCase{{SysError::AccessDenied}, 0},
+                      MoveCase{{SysError::AccessDenied, SysError::AccessDenied}, 20},
+                      MoveCase{{SysError::SharingViolation}, 21}, MoveCase{{SysError::LockViolation}, 21},
+                      MoveCase{{SysError::FailedWithoutNumber}, 10}, MoveCase{{SysError::GeneralFailure}, 20},
+                      MoveCase{{SysError::AlreadyExists}, 20}));
 
 TEST_F(FileMove, AFailedMarkIsNoFailedMove) {
     WriteFile(From(), "x");
@@ -121,9 +121,19 @@ TEST_F(FileMove, AFullDiskLeavesTheMarkedFileWhole) {
     Install(faults.View());
     EXPECT_EQ(modFiles::FileMove(From(), To(), modFiles::MoveAndUnmark), modFiles::Done);
     EXPECT_EQ(ReadFile(To()), "precious6635\r\n");
-    EXPECT_FALSE(Exists(To() + ".6635"));
+    EXPECT_FALSE(Exists(Folder() + "6635"));
     ASSERT_EQ(Reported().size(), 1U);
     EXPECT_EQ(Reported()[0].procedure, "FileMove");
+}
+
+TEST_F(FileMove, UnmarkingLeavesTheFilesBesideIt) {
+    WriteFile(From(), "data6635\r\n");
+    WriteFile(Folder() + "6635", "mine");
+    EXPECT_EQ(modFiles::FileMove(From(), To(), modFiles::MoveAndUnmark), modFiles::Done);
+    EXPECT_EQ(ReadFile(To()), "data");
+    EXPECT_EQ(ReadFile(Folder() + "6635"), "mine");
+    EXPECT_FALSE(Exists(Folder() + "6635_"));
+    EXPECT_TRUE(Reported().empty());
 }
 
 class DeleteOnReboot : public test::EngineTest {

@@ -66,6 +66,10 @@ TEST_F(Files, LengthIsZeroForWhatIsNotThere) {
     WriteFile(Folder() + "five", "12345");
     EXPECT_EQ(modFiles::FileLength(Folder() + "five"), 5);
     EXPECT_EQ(modFiles::FileLength(Folder() + "six"), 0);
+    ASSERT_EQ(Reported().size(), 1U);
+    EXPECT_EQ(Reported()[0].module, "modFiles");
+    EXPECT_EQ(Reported()[0].procedure, "FileLength");
+    EXPECT_EQ(Reported()[0].number, "53");
 }
 
 TEST_F(Files, ReadOnlyIsSeenAndCleared) {
@@ -76,9 +80,17 @@ TEST_F(Files, ReadOnlyIsSeenAndCleared) {
     EXPECT_TRUE(modFiles::FileIsReadOnlyAtt(path));
     modFiles::FileClearAttributes(path);
     EXPECT_FALSE(modFiles::FileIsReadOnlyAtt(path));
-    modFiles::FileClearAttributes(Folder() + "missing");
-    EXPECT_FALSE(modFiles::FileIsReadOnlyAtt(Folder() + "missing"));
     EXPECT_TRUE(Reported().empty());
+}
+
+TEST_F(Files, AttributesOfAMissingFileAreClearedInSilenceButNotReadSo) {
+    modFiles::FileClearAttributes(Folder() + "missing");
+    EXPECT_TRUE(Reported().empty());
+    EXPECT_FALSE(modFiles::FileIsReadOnlyAtt(Folder() + "missing"));
+    ASSERT_EQ(Reported().size(), 1U);
+    EXPECT_EQ(Reported()[0].module, "modFiles");
+    EXPECT_EQ(Reported()[0].procedure, "FileIsReadOnlyAtt");
+    EXPECT_EQ(Reported()[0].number, "53");
 }
 
 TEST_F(Files, ASearchGivesThePatternsFolderAndTheNameFound) {
@@ -97,8 +109,16 @@ TEST_F(Files, ASearchDoesNotGiveABareFolder) {
 TEST_F(Files, CreateFolderIsTrueOnlyWhenItMadeOne) {
     EXPECT_TRUE(modFiles::CreateFolder(Folder() + "new"));
     EXPECT_FALSE(modFiles::CreateFolder(Folder() + "new"));
-    EXPECT_FALSE(modFiles::CreateFolder(Folder() + "no\\parent"));
     EXPECT_FALSE(modFiles::CreateFolder("x"));
+    EXPECT_TRUE(Reported().empty());
+}
+
+TEST_F(Files, AFolderThatCannotBeMadeIsReported) {
+    EXPECT_FALSE(modFiles::CreateFolder(Folder() + "no\\parent"));
+    ASSERT_EQ(Reported().size(), 1U);
+    EXPECT_EQ(Reported()[0].module, "modFiles");
+    EXPECT_EQ(Reported()[0].procedure, "CreateFolder");
+    EXPECT_EQ(Reported()[0].number, "76");
 }
 
 TEST_F(Files, CreateFolderPathMakesAllLevels) {
@@ -111,6 +131,7 @@ TEST_F(Files, CreateFolderPathMakesAllLevels) {
 TEST_F(Files, CreateFolderPathOverAFileFails) {
     WriteFile(Folder() + "file", "x");
     EXPECT_EQ(modFiles::CreateFolderPath(Folder() + "file\\below"), modFiles::FolderPathNotMade);
+    EXPECT_TRUE(Reported().empty());
 }
 
 TEST_F(Files, AReadOnlyFileIsDeleted) {

@@ -80,6 +80,14 @@ TEST_F(Programs, AProgramWhoseFileIsGoneHasNoPath) {
     EXPECT_TRUE(Reported().empty());
 }
 
+TEST_F(Programs, AProcessWithoutAProgramHasNoPathThoughTheSystemFolderExists) {
+    RunsXP();
+    processes_.entries = {{4, 0, "ab"}};
+    EXPECT_EQ(modKvFileExplorer::GetProcessFilePath(4), "");
+    EXPECT_EQ(modKvFileExplorer::GetProcessFilePath(5), "");
+    EXPECT_TRUE(Reported().empty());
+}
+
 TEST_F(Programs, VersionStringsNamePublisherCopyrightAndInternalName) {
     auto& entries = versions_.blocks["C:\\x.exe"].entries;
     entries["\\"] = std::string(52, '\0');

@@ -59,6 +59,8 @@ enum class SysError : std::uint32_t {
     ResourceDataNotFound = 1812,
     ResourceTypeNotFound = 1813,
     ResourceNameNotFound = 1814,
+    /// A call that failed and set no number. The bit is the one of numbers that are not the system's own.
+    FailedWithoutNumber = 0x20000000,
 };
 
 /// The number as the platform counts it.

@@ -13,10 +13,10 @@
 
 namespace kel::windows {
 
-/// GetLastError after a call that failed. Never Success: a call that sets no number is a general failure.
+/// GetLastError after a call that failed. Never Success: a call that set no number has a number of ours.
 inline platform::SysError LastError() {
     const DWORD error = ::GetLastError();
-    return error == ERROR_SUCCESS ? platform::SysError::GeneralFailure : static_cast<platform::SysError>(error);
+    return error == ERROR_SUCCESS ? platform::SysError::FailedWithoutNumber : static_cast<platform::SysError>(error);
 }
 
 /// The answer of a call that says TRUE for success.
