@@ -85,6 +85,57 @@ TEST_F(Filters, EveryComparisonOfAText) {
     EXPECT_THAT(Rows("ScanID=''"), IsEmpty());
 }
 
+// The filters that the engine sets, as it builds them.
+TEST_F(Filters, TheFormsThatTheEngineUsesAreUnderstood) {
+    Recordset history;
+    history.AppendField("ScanID", FieldType::VarChar, 30);
+    history.AppendField("DThreatID", FieldType::Integer);
+    history.Open();
+    for (const auto& [scan, threat] : {std::pair("Totals", 0), std::pair("1A-2B", 7), std::pair("1A-2B", 8)}) {
+        history.AddNew();
+        history.Set("ScanID", std::string(scan));
+        history.Set("DThreatID", threat);
+    }
+    const auto count = [&](std::string_view filter) {
+        history.SetFilter(filter);
+        return history.RecordCount();
+    };
+    EXPECT_EQ(count("ScanID='Totals'"), 1);
+    EXPECT_EQ(count("ScanID<>'Totals'"), 2);
+    EXPECT_EQ(count("ScanID <> 'Totals'"), 2);
+    EXPECT_EQ(count("ScanID<>'1A-2B'"), 1);
+    EXPECT_EQ(count("ScanID='1A-2B' and DThreatID=7"), 1);
+    EXPECT_EQ(count("DThreatID='8'"), 1);
+    EXPECT_EQ(count("DThreatID=8"), 1);
+    EXPECT_EQ(count(""), 3);
+
+    Recordset keys;
+    for (const char* column : {"RegHive", "RegKey", "RegValueName", "RegValueData"}) {
+        keys.AppendField(column, FieldType::VarChar, 255);
+    }
+    keys.AppendField("ThreatID", FieldType::Integer);
+    keys.AppendField("OptionalScan", FieldType::SmallInt);
+    keys.Open();
+    keys.AddNew();
+    keys.Set("RegHive", std::string("HKEY_LOCAL_MACHINE"));
+    keys.Set("RegKey", std::string("software\\bad and worse"));
+    keys.Set("RegValueName", std::string(""));
+    keys.Set("RegValueData", std::string("c:\\a b.exe"));
+    keys.Set("ThreatID", 7);
+    keys.Set("OptionalScan", 2);
+    for (const char* filter :
+         {"RegHive='HKEY_LOCAL_MACHINE' and RegKey='Software\\Bad and worse'",
+          "RegHive='HKEY_LOCAL_MACHINE' and RegKey='Software\\Bad and worse' and RegValueName=''",
+          "RegHive='HKEY_LOCAL_MACHINE' and RegKey='Software\\Bad and worse' and RegValueName='' and "
+          "RegValueData='C:\\A B.exe'",
+          "ThreatID=7", "OptionalScan<=2"}) {
+        keys.SetFilter(filter);
+        EXPECT_EQ(keys.RecordCount(), 1) << filter;
+    }
+    keys.SetFilter("OptionalScan<=1");
+    EXPECT_TRUE(keys.Eof());
+}
+
 TEST_F(Filters, TextsCompareWithoutRegardToCase) {
     EXPECT_THAT(Rows("scanid='TOTALS'"), ElementsAre(1));
     EXPECT_THAT(Rows("SCANID='bETA'"), ElementsAre(3));

@@ -1,10 +1,13 @@
 // Beside Wine itself: it reads what was written here, and writes the same.
 #include <gtest/gtest.h>
 
+#include <clocale>
+#include <cwctype>
 #include <random>
 
 #include "Scratch.h"
 #include "WinePrefix.h"
+#include "hive/Upcase.h"
 #include "offline/WineRegistryFile.h"
 #include "offline/Wtf8.h"
 
@@ -93,6 +96,16 @@ private:
     std::mt19937 random_;
 };
 
+// A letter with two cases that the table of NTFS does not know: Wine's own table has those of a newer Unicode.
+bool OnlyUnicodeFolds(char16_t unit) {
+    static const locale_t unicode = ::newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr);
+    const auto letter = static_cast<std::wint_t>(unit);
+    const std::wint_t upper = ::towupper_l(letter, unicode);
+    const std::wint_t lower = ::towlower_l(letter, unicode);
+    const auto folded = [](std::wint_t other) { return other > 0xFFFF ? 0 : Upcase(static_cast<char16_t>(other)); };
+    return folded(upper) != Upcase(unit) || folded(lower) != Upcase(unit);
+}
+
 class WineOracle : public ::testing::Test {
 protected:
     void SetUp() override {
@@ -105,28 +118,58 @@ protected:
         prefix_->Stop();
     }
 
+    [[nodiscard]] std::filesystem::path Path() const { return prefix_->Folder() / "system.reg"; }
+    [[nodiscard]] WineRegistryFile File() const { return WineRegistryFile(Path(), prefix_->Folder()); }
+
+    // Fills a key, lets Wine load and write the file, and compares all that is below the key.
+    template <class Fill>
+    void ExpectSameText(const Fill& fill, std::size_t atLeast) {
+        WineRegistryFile file(Path(), prefix_->Folder());
+        fill(file, *file.CreateKey(KeyAt(file, u"Software"), u"Kel"));
+        ASSERT_EQ(file.Commit(), SysError::Success);
+        const std::string ours = SectionsBelow(file.Text(), "[Software\\\\Kel");
+
+        (void)prefix_->Run("reg add HKLM\\\\Software\\\\Probe /v x /d y /f");
+        prefix_->Stop();
+        const std::string whole = test::Get(Path());
+        ASSERT_NE(whole.find("[Software\\\\Probe]"), std::string::npos);
+        const std::string theirs = SectionsBelow(whole, "[Software\\\\Kel");
+        const auto [a, b] = std::mismatch(ours.begin(), ours.end(), theirs.begin(), theirs.end());
+        EXPECT_TRUE(a == ours.end() && b == theirs.end())
+            << "first difference at " << a - ours.begin() << ":\n"
+            << std::string(a, a + std::min<std::ptrdiff_t>(80, ours.end() - a)) << "\nand of Wine:\n"
+            << std::string(b, b + std::min<std::ptrdiff_t>(80, theirs.end() - b));
+        EXPECT_GT(ours.size(), atLeast);
+    }
+
     std::unique_ptr<test::WinePrefix> prefix_;
 };
 
 TEST_F(WineOracle, WritesTheSameTextForWhatWasWrittenHere) {
-    const std::filesystem::path path = prefix_->Folder() / "system.reg";
-    WineRegistryFile file(path, prefix_->Folder());
-    EXPECT_EQ(file.Render(), test::Get(path));
-    const KeyId software = KeyAt(file, u"Software");
-    const KeyId root = *file.CreateKey(software, u"Kel");
-    RandomTree(20261123).Grow(file, root, 3000);
-    ASSERT_EQ(file.Commit(), SysError::Success);
-    const std::string ours = SectionsBelow(file.Text(), "[Software\\\\Kel");
+    EXPECT_EQ(File().Render(), test::Get(Path()));
+    ExpectSameText([](WineRegistryFile& file, KeyId root) { RandomTree(20261123).Grow(file, root, 3000); }, 100'000);
+}
 
-    (void)prefix_->Run("reg add HKLM\\\\Software\\\\Probe /v x /d y /f");
-    prefix_->Stop();
-    const std::string whole = test::Get(path);
-    ASSERT_NE(whole.find("[Software\\\\Probe]"), std::string::npos);
-    const std::string theirs = SectionsBelow(whole, "[Software\\\\Kel");
-    ASSERT_EQ(ours.size(), theirs.size());
-    EXPECT_TRUE(ours == theirs) << "first difference at "
-                                << std::mismatch(ours.begin(), ours.end(), theirs.begin()).first - ours.begin();
-    EXPECT_GT(ours.size(), 100'000U);
+// One name for each unit: case folding and order must be those of Wine itself.
+TEST_F(WineOracle, SortsEveryUnitAsWineDoes) {
+    ExpectSameText(
+        [](WineRegistryFile& file, KeyId root) {
+            std::vector<KeyId> holders;
+            for (char16_t number = 0; number < 256; ++number) {
+                holders.push_back(*file.CreateKey(root, std::u16string{u'k', static_cast<char16_t>(0x100 + number)}));
+            }
+            for (char32_t unit = 1; unit < 0x10000; ++unit) {
+                if (OnlyUnicodeFolds(static_cast<char16_t>(unit))) {
+                    continue;
+                }
+                const std::u16string name(1, static_cast<char16_t>(unit));
+                if (unit != u'\\') {
+                    ASSERT_TRUE(file.CreateKey(root, name).Ok());
+                }
+                ASSERT_EQ(file.SetValue(holders[unit % 256], name, 4, std::vector<std::byte>(4)), SysError::Success);
+            }
+        },
+        2'000'000);
 }
 
 TEST_F(WineOracle, ProgramsOfThePrefixSeeTheChanges) {
