@@ -36,6 +36,21 @@ void AddScanOptions(CLI::App& command, ScanOptions& options) {
         option->expected(1);
         option->multi_option_policy(row.repeatable ? CLI::MultiOptionPolicy::TakeAll
                                                    : CLI::MultiOptionPolicy::TakeLast);
+        // One value each: neither the next word of the line nor a list in brackets.
+        option->allow_extra_args(false);
+    }
+}
+
+void Parse(CLI::App& app, std::vector<std::string> arguments) {
+    std::reverse(arguments.begin(), arguments.end());  // as the library wants them
+    try {
+        app.parse(std::move(arguments));
+    } catch (const CLI::RequiredError&) {
+        // A word that is no command tells more than that a command is missing.
+        if (app.remaining_size() > 0) {
+            throw CLI::ExtrasError(app.remaining());
+        }
+        throw;
     }
 }
 
@@ -53,8 +68,7 @@ int Run(std::vector<std::string> arguments, const Streams& streams) {
     AddScanOptions(*scanCommand, scan);
 
     try {
-        std::reverse(arguments.begin(), arguments.end());  // as the library wants them
-        app.parse(std::move(arguments));
+        Parse(app, std::move(arguments));
     } catch (const CLI::ParseError& error) {
         std::ostringstream out;
         std::ostringstream err;

@@ -33,10 +33,12 @@ Problem SetMachine(ScanOptions& options, const std::string& value) {
     return std::nullopt;
 }
 
+bool BeginsWithLetter(std::string_view value) {
+    return !value.empty() && ((value[0] >= 'A' && value[0] <= 'Z') || (value[0] >= 'a' && value[0] <= 'z'));
+}
+
 Problem AddDrive(ScanOptions& options, const std::string& value) {
-    const bool letter =
-        !value.empty() && ((value[0] >= 'A' && value[0] <= 'Z') || (value[0] >= 'a' && value[0] <= 'z'));
-    if (!letter || value.size() < 3 || value[1] != '=') {
+    if (!BeginsWithLetter(value) || value.size() < 3 || value[1] != '=') {
         return "expected LETTER=DIR, not '" + value + "'";
     }
     options.drives.push_back(value);
@@ -59,7 +61,7 @@ Problem SetUserData(ScanOptions& options, const std::string& value) {
 }
 
 Problem AddPath(ScanOptions& options, const std::string& value) {
-    if (value.size() < 2 || value[1] != ':') {
+    if (!BeginsWithLetter(value) || value.size() < 2 || value[1] != ':') {
         return "expected a path of the machine that begins with its drive, like C:\\Temp, not '" + value + "'";
     }
     options.paths.push_back(value);
