@@ -17,7 +17,8 @@ struct LevelText {
 /// @param category in lower case
 [[nodiscard]] std::int32_t LevelOfCategory(std::string_view category);
 
-/// The categories of which no level makes a lesser threat: remote control, dialers, hijackers, key loggers.
+/// The categories whose threats are advised against most strongly when their record has no level of its own: remote
+/// control, dialers, hijackers, key loggers.
 /// @param category in lower case
 [[nodiscard]] bool IsHighRiskCategory(std::string_view category);
 

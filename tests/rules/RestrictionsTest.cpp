@@ -5,6 +5,7 @@
 
 #include "core/Text.h"
 #include "decorators/ForwardingFiles.h"
+#include "decorators/ForwardingRegistry.h"
 #include "decorators/ForwardingSystem.h"
 #include "rules/modCleanerHelper.h"
 #include "support/EngineTest.h"
@@ -142,14 +143,6 @@ TEST_F(Restrictions, TheNamedFoldersBelowOthersHaveNoFinalBackslash) {
     }
 }
 
-TEST_F(Restrictions, TheMachinesOwnFoldersAreProtected) {
-    for (const std::string& folder :
-         {modFolderPaths::GetSystemFolder(), modFolderPaths::GetDesktopFolder(), modFolderPaths::GetUserProfileFolder(),
-          modFolderPaths::GetProgramFilesFolder()}) {
-        EXPECT_TRUE(RestrictRemoveFolder(folder)) << folder;
-    }
-}
-
 TEST_F(Restrictions, ASubfolderOfTheProgramsIsNotProtected) {
     EXPECT_FALSE(RestrictRemoveFolder(modFolderPaths::GetProgramFilesFolder() + "badware"));
     EXPECT_FALSE(RestrictRemoveFolder(modFolderPaths::GetProgramFilesFolder() + "badware\\"));
@@ -166,6 +159,58 @@ public:
     }
 };
 
+// A machine that has every special folder, each below one folder under its number.
+class EveryFolder : public decorators::ForwardingShell {
+public:
+    EveryFolder(platform::Shell& inner, std::string folder) : ForwardingShell(inner), folder_(std::move(folder)) {}
+    platform::Result<std::string> SpecialFolder(int identifier) override {
+        return folder_ + "f" + std::to_string(identifier);
+    }
+
+private:
+    std::string folder_;
+};
+
+// A registry whose list of user folders is another key.
+class OtherShellFolders : public decorators::ForwardingRegistry {
+public:
+    OtherShellFolders(platform::Registry& inner, std::string key) : ForwardingRegistry(inner), key_(std::move(key)) {}
+    platform::Result<std::unique_ptr<platform::RegistryKey>> Open(platform::Hive hive, std::string_view key,
+                                                                  std::uint32_t access) override {
+        const bool listed = hive == platform::HiveCurrentUser && key.ends_with("\\Explorer\\Shell Folders");
+        return Inner().Open(hive, listed ? std::string_view(key_) : key, access);
+    }
+
+private:
+    std::string key_;
+};
+
+TEST_F(Restrictions, TheMachinesOwnFoldersAreProtectedWithTheirFinalBackslash) {
+    platform::Platform machine = Machine();
+    EveryFolder shell(*machine.shell, Folder());
+    machine.shell = &shell;
+    OtherShellFolders registry(*machine.registry, Key());
+    machine.registry = &registry;
+    auto key = Machine().registry->Create(platform::HiveCurrentUser, Key());
+    ASSERT_TRUE(key.Ok());
+    (*key)->Set("Local AppData", platform::ValueType::Sz, Folder() + "local" + '\0');
+    // System, Windows, desktop, profile, programs, common startup, the user's startup, application data.
+    std::vector<std::string> folders{Folder() + "Local\\"};
+    for (const int number : {37, 36, 16, 40, 38, 24, 29, 26}) {
+        folders.push_back(Folder() + "F" + std::to_string(number) + "\\");
+    }
+    for (const std::string& folder : folders) {
+        MakeFolder(folder.substr(0, folder.size() - 1));
+    }
+    Install(machine);
+    for (const std::string& folder : folders) {
+        EXPECT_TRUE(RestrictRemoveFolder(folder)) << folder;
+        EXPECT_FALSE(RestrictRemoveFolder(folder.substr(0, folder.size() - 1))) << folder;
+        EXPECT_FALSE(RestrictRemoveFolder(folder + "below\\")) << folder;
+    }
+    Install(Machine());
+}
+
 TEST_F(Restrictions, TheListOfFoldersIsMadeOnce) {
     platform::Platform machine = Machine();
     MovingShell shell(*machine.shell);
@@ -181,9 +226,33 @@ TEST_F(Restrictions, TheListOfFoldersIsMadeOnce) {
 }
 
 TEST_F(Restrictions, ListedKeysAreProtectedInAnyHiveAndCase) {
-    for (const char* key : {"SOFTWARE", "software", "System\\CurrentControlSet", "SOFTWARE\\classes\\.KEY",
-                            "Software\\Microsoft\\Windows\\ShellNoRoam\\MUICache",
-                            "SOFTWARE\\Microsoft\\Multimedia\\ActiveMovie\\Filter Cache"}) {
+    for (const std::string_view key : {"SOFTWARE",
+                                       "SOFTWARE\\Classes",
+                                       "SOFTWARE\\Classes\\.key",
+                                       "SOFTWARE\\Classes\\Component Categories",
+                                       "SOFTWARE\\Classes\\Interface",
+                                       "SOFTWARE\\Classes\\TypeLib",
+                                       "SOFTWARE\\Microsoft\\Cryptography",
+                                       "SOFTWARE\\Microsoft\\Cryptography\\services",
+                                       "Software\\Microsoft\\Internet Explorer\\International",
+                                       "Software\\Microsoft\\Internet Explorer\\TypedURLs",
+                                       "Software\\Microsoft\\MediaPlayer\\Control\\PlayBar",
+                                       "Software\\Microsoft\\Multimedia\\ActiveMovie\\Filter Cache",
+                                       "Software\\Microsoft\\Search Assistant",
+                                       "Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\ComDlg32",
+                                       "Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\UserAssist",
+                                       "Software\\Microsoft\\Windows\\CurrentVersion\\Internet Settings\\5.0\\Cache",
+                                       "Software\\Microsoft\\Windows\\CurrentVersion\\Internet Settings\\Connections",
+                                       "Software\\Microsoft\\Windows\\ShellNoRoam",
+                                       "Software\\Microsoft\\Windows\\ShellNoRoam\\MUICache",
+                                       "SYSTEM",
+                                       "SYSTEM\\ControlSet001",
+                                       "SYSTEM\\ControlSet002",
+                                       "SYSTEM\\ControlSet003",
+                                       "SYSTEM\\CurrentControlSet",
+                                       "SYSTEM\\LastKnownGoodRecovery\\LastGood"}) {
+        EXPECT_TRUE(RestrictRemoveRegistryKey(platform::HiveLocalMachine, LCase(key))) << key;
+        EXPECT_TRUE(RestrictRemoveRegistryKey(platform::HiveLocalMachine, UCase(key))) << key;
         EXPECT_TRUE(RestrictRemoveRegistryKey(platform::HiveLocalMachine, key)) << key;
         EXPECT_TRUE(RestrictRemoveRegistryKey(platform::HiveCurrentUser, key)) << key;
         EXPECT_TRUE(RestrictRemoveRegistryKey(0, key)) << key;
