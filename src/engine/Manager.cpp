@@ -15,9 +15,11 @@ constexpr const char* Module = "Manager";
 
 template <class Object>
 std::shared_ptr<Object> MadeOnce(std::shared_ptr<Object>& reference) {
-    if (!reference) {
-        reference = std::make_shared<Object>();
-    }
+    ResumeNext([&] {
+        if (!reference) {
+            reference = std::make_shared<Object>();
+        }
+    });
     return reference;
 }
 
@@ -73,7 +75,9 @@ std::shared_ptr<kel::IgnoredThreats> Manager::IgnoredThreats() {
 }
 
 std::string Manager::UserName() const {
-    return platform::Current().system->Environment("USERNAME");
+    std::string name;
+    ResumeNext([&] { name = platform::Current().system->Environment("USERNAME"); });
+    return name;
 }
 
 bool Manager::HasAdminPermission() const {

@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 
+#include "decorators/FaultInjectingPlatform.h"
 #include "decorators/ForwardingSystem.h"
 #include "results/modDataManager.h"
 #include "scanner/EngineData.h"
@@ -97,6 +98,34 @@ TEST_F(Managers, TheUserIsTheOneOfTheEnvironmentAtThatMoment) {
     system.user = "bert";
     EXPECT_EQ(manager.UserName(), "bert");
     Install(Machine());
+}
+
+class FailingSystem : public decorators::ForwardingSystemInfo {
+public:
+    using ForwardingSystemInfo::ForwardingSystemInfo;
+    std::string Environment(std::string_view) override { throw std::runtime_error("no environment"); }
+};
+
+TEST_F(Managers, AUserThatCannotBeReadIsEmptyAndNotReported) {
+    platform::Platform machine = Machine();
+    FailingSystem system(*machine.system);
+    machine.system = &system;
+    Install(machine);
+    EXPECT_EQ(manager.UserName(), "");
+    EXPECT_THAT(Reported(), IsEmpty());
+    Install(Machine());
+}
+
+TEST_F(Managers, AFailureThatCannotBeLoggedReachesNoClient) {
+    decorators::FaultInjectingPlatform faults(Machine());
+    faults.FailWritesFrom(1, platform::SysError::AccessDenied);
+    Install(faults.View());
+    EXPECT_FALSE(manager.Inititalize());
+    EXPECT_EQ(manager.IgnoredThreats()->GetIgnoredThreatCount(), 0);
+    manager.IgnoredThreats()->AddIgnoredThreat(1);
+    Install(Machine());
+    EXPECT_FALSE(Reported().empty());
+    EXPECT_THAT(ErrorLog(), IsEmpty());
 }
 
 // A token with groups of a test's own.

@@ -169,9 +169,15 @@ TEST_F(ScanRecord, AnIgnoredThreatIsRefusedByEveryAdd) {
     scan->AddDetectedThreatRegKey(ScanTypeRegistry, 7, platform::HiveCurrentUser, "software\\x");
     scan->AddDetectedThreatCookie(ScanTypeCookies, 7, "tracker.example", "c.txt");
     scan->AddDetectedThreatCustom(ScanTypeFiles, 7, std::make_shared<ThreatLocationCustom>());
+    scan->AddDetectedThreatFile(ScanTypeProcesses, 7, "", File("b.exe"));
     EXPECT_EQ(scan->DetectedThreatCount(), 0);
-    EXPECT_EQ(scan->DetectedFileCount + scan->DetectedCookieCount + scan->DetectedRegistryCount, 0);
+    for (const std::int32_t count : {scan->ScannedProcessCount, scan->ScannedCookieCount, scan->ScannedFileCount,
+                                     scan->ScannedRegistryCount, scan->DetectedProcessCount, scan->DetectedCookieCount,
+                                     scan->DetectedFileCount, scan->DetectedRegistryCount, scan->DetectedFolderCount}) {
+        EXPECT_EQ(count, 0);
+    }
     EXPECT_THAT(found, IsEmpty());
+    EXPECT_THAT(Reported(), IsEmpty());
 }
 
 TEST_F(ScanRecord, AFileBecomesADetectionWithAllThatIsKnownOfIt) {
@@ -295,6 +301,39 @@ TEST_F(ScanRecord, AShortPathIsStoredInItsLongForm) {
     EXPECT_EQ(Threat(8).ThreatLocationFolders->Item(1)->DetectedFolderPath(), longPath);
 }
 
+TEST_F(ScanRecord, AShortPathOfTheMachineIsStoredInItsLongForm) {
+    const std::string longPath = File("a long name of a program.exe");
+    const auto shortPath = Machine().files->ShortPath(longPath);
+    ASSERT_TRUE(shortPath.Ok());
+    ASSERT_THAT(*shortPath, HasSubstr("~"));
+    scan->AddDetectedThreatFile(ScanTypeFiles, 7, "", *shortPath);
+    ASSERT_EQ(scan->DetectedThreatCount(), 1);
+    EXPECT_EQ(Threat(7).ThreatLocationFiles->Item(1)->DetectedFilePath(), longPath);
+    EXPECT_THAT(found, ElementsAre(HeardThreat{longPath, ScanTypeFiles, 7, 1}));
+    scan->AddDetectedThreatFile(ScanTypeFiles, 7, "", longPath);
+    EXPECT_EQ(found.size(), 1U) << "both forms are one file";
+}
+
+// A machine on which no long form is found.
+class NoLongForm : public decorators::ForwardingFiles {
+public:
+    using ForwardingFiles::ForwardingFiles;
+    platform::Result<std::string> LongPath(std::string_view) override { return platform::SysError::FileNotFound; }
+};
+
+TEST_F(ScanRecord, AShortPathWithoutALongFormIsStoredAsItIs) {
+    const std::string shortPath = File("LONGNA~1.EXE");
+    platform::Platform machine = Machine();
+    NoLongForm files(*machine.files);
+    machine.files = &files;
+    Install(machine);
+    scan->AddDetectedThreatFile(ScanTypeFiles, 7, "", shortPath);
+    scan->AddDetectedThreatFolder(ScanTypeFolder, 8, shortPath);
+    Install(Machine());
+    EXPECT_EQ(Threat(7).ThreatLocationFiles->Item(1)->DetectedFilePath(), shortPath);
+    EXPECT_EQ(Threat(8).ThreatLocationFolders->Item(1)->DetectedFolderPath(), shortPath);
+}
+
 TEST_F(ScanRecord, ALongFormWithAQuestionMarkIsDiscardedForFilesOnly) {
     const std::string shortPath = File("LONGNA~1.EXE");
     platform::Platform machine = Machine();
@@ -353,6 +392,8 @@ TEST_F(ScanRecord, ACookieReportedTwiceIsRecordedTwice) {
     EXPECT_EQ(Threat(7).ThreatLocationCookies->Item(1)->OptionLevel, 3);
     EXPECT_EQ(Threat(7).ThreatLocationCookies->Item(1)->DetectedFilePath, "c1.txt");
     EXPECT_EQ(scan->DetectedCookieCount, 2);
+    EXPECT_THAT(found, ElementsAre(HeardThreat{"Tracker.example", ScanTypeCookies, 7, 1},
+                                   HeardThreat{"Tracker.example", ScanTypeCookies, 7, 2}));
 }
 
 TEST_F(ScanRecord, AnUnknownCookieFailsAndLeavesAThreatWithoutLocations) {
