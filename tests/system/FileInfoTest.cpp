@@ -130,6 +130,16 @@ TEST_F(FileInfo, TheEnglishTranslationIsPreferred) {
                                          "\\StringFileInfo\\040904E4\\CompanyName"));
 }
 
+TEST_F(FileInfo, AGermanResourceIsReadUnderItsLanguageAndThenUnderTheFallback) {
+    test::FakeVersionBlock block;
+    block.entries[Translation] = Words({0x04e40407});
+    block.entries["\\StringFileInfo\\040704E4\\CompanyName"] = "Hersteller\0"s;
+    block.entries["\\StringFileInfo\\040904E4\\CompanyName"] = "Makers\0"s;
+    EXPECT_EQ(modFileInfoAPI::GetInfoString("CompanyName", block), "Hersteller");
+    block.entries.erase("\\StringFileInfo\\040704E4\\CompanyName");
+    EXPECT_EQ(modFileInfoAPI::GetInfoString("CompanyName", block), "Makers");
+}
+
 TEST_F(FileInfo, WithoutEnglishTheLastTranslationIsReadAndThenTheFallback) {
     test::FakeVersionBlock block;
     block.entries[Translation] = Words({0x04b0040c, 0x04b00407});

@@ -27,7 +27,7 @@ TEST_P(MarkedMove, BringsBackTheOriginalBytes) {
     WriteFile(From(), GetParam());
     EXPECT_EQ(modFiles::FileMove(From(), To(), modFiles::MoveAndMark), modFiles::Done);
     EXPECT_FALSE(Exists(From()));
-    EXPECT_EQ(ReadFile(To()), GetParam().empty() ? "" : GetParam() + "6635\r\n");
+    EXPECT_EQ(ReadFile(To()), GetParam() + "6635\r\n");
     EXPECT_EQ(modFiles::FileMove(To(), From(), modFiles::MoveAndUnmark), modFiles::Done);
     EXPECT_FALSE(Exists(To()));
     EXPECT_EQ(ReadFile(From()), GetParam());
@@ -35,8 +35,17 @@ TEST_P(MarkedMove, BringsBackTheOriginalBytes) {
 }
 
 INSTANTIATE_TEST_SUITE_P(All, MarkedMove,
-                         ::testing::Values(""s, "x"s, "text\r\n"s, "\0\x1a\xff\r\n\n\r binary \x80\0"s,
-                                           "already 6635\r\n"s, std::string(3'000'000, '\x1a')));
+                         ::testing::Values("x"s, "text\r\n"s, "\0\x1a\xff\r\n\n\r binary \x80\0"s, "already 6635\r\n"s,
+                                           std::string(3'000'000, '\x1a')));
+
+TEST_F(FileMove, AnEmptyFileIsNeitherMarkedNorUnmarked) {
+    WriteFile(From(), "");
+    EXPECT_EQ(modFiles::FileMove(From(), To(), modFiles::MoveAndMark), modFiles::Done);
+    EXPECT_EQ(ReadFile(To()), "");
+    EXPECT_EQ(modFiles::FileMove(To(), From(), modFiles::MoveAndUnmark), modFiles::Done);
+    EXPECT_EQ(ReadFile(From()), "");
+    EXPECT_TRUE(Reported().empty());
+}
 
 TEST_F(FileMove, UnmarkingAFileWithoutTheMarkLeavesIt) {
     for (const std::string& bytes : {"6635"s, "no mark at all"s, "6635\r\nx"s, "x6636\r\n"s, ""s, "abcde"s}) {
@@ -136,6 +145,15 @@ TEST_F(FileMove, UnmarkingLeavesTheFilesBesideIt) {
     EXPECT_TRUE(Reported().empty());
 }
 
+TEST_F(FileMove, WhatAMarkedFileLostComesBack) {
+    const std::string bytes = "\0first\r\nsecond 6635 \x1a\xff"s;
+    WriteFile(From(), bytes);
+    EXPECT_EQ(modFiles::FileMove(From(), To(), modFiles::MoveAndMark), modFiles::Done);
+    EXPECT_EQ(ReadFile(To()), bytes + "6635\r\n");
+    EXPECT_EQ(modFiles::FileMove(To(), From(), modFiles::MoveAndUnmark), modFiles::Done);
+    EXPECT_EQ(ReadFile(From()), bytes);
+}
+
 class DeleteOnReboot : public test::EngineTest {
 protected:
     DeleteOnReboot()
@@ -176,6 +194,13 @@ TEST_F(DeleteOnReboot, TwiceOnXPKeepsTheFirstEntry) {
     EXPECT_EQ(Pending(), "\\??\\C:\\SOMELO~1.EXE\0\0\0"s);
     modFiles::FileDeleteOnReboot(Folder() + "missing");
     EXPECT_EQ(Pending(), "\\??\\C:\\SOMELO~1.EXE\0\0\0\\??\\\0\0\0"s);
+    EXPECT_TRUE(Reported().empty());
+}
+
+TEST_F(DeleteOnReboot, OfAMissingFileNamesNoFile) {
+    system_.version = {5, 1, 2600, test::WindowsNt, ""};
+    modFiles::FileDeleteOnReboot(Folder() + "missing");
+    EXPECT_EQ(Pending(), "\\??\\\0\0\0"s);
     EXPECT_TRUE(Reported().empty());
 }
 

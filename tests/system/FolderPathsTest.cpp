@@ -233,8 +233,6 @@ TEST_P(ToVariables, FollowTheOrderOfTheVariables) {
 INSTANTIATE_TEST_SUITE_P(
     All, ToVariables,
     ::testing::Values(
-        // The Windows folder goes before the system folder below it.
-        Translation{R"(C:\WINDOWS\System32\Bad.dll)", R"(%windows%\system32\bad.dll)"},
         Translation{R"(c:\windows\x.exe)", R"(%windows%\x.exe)"}, Translation{R"(c:\windows)", R"(c:\windows)"},
         Translation{R"(C:\Program Files\A\b.exe)", R"(%program_files%\a\b.exe)"},
         Translation{R"(C:\Users\All\Start Menu\Programs\Startup\x.lnk)", R"(%common_programs%\startup\x.lnk)"},
@@ -249,6 +247,11 @@ INSTANTIATE_TEST_SUITE_P(
         Translation{R"(C:\Users\Ann\x)", R"(%profile%\x)"}, Translation{R"(D:\Other\X)", R"(d:\other\x)"},
         // All occurrences, wherever they stand.
         Translation{R"(x c:\windows\a;c:\windows\b)", R"(x %windows%\a;%windows%\b)"}, Translation{"", ""}));
+
+TEST_F(FolderPaths, ASystemFolderBelowTheWindowsFolderComesOutUnderTheLatter) {
+    EXPECT_EQ(TypicalPaths().TranslateToVariablePath(R"(C:\WINDOWS\System32\Bad.dll)"),
+              R"(%windows%\system32\bad.dll)");
+}
 
 TEST_F(FolderPaths, ASystemFolderElsewhereHasItsOwnVariable) {
     clsFolderPaths paths = TypicalPaths();
@@ -301,32 +304,41 @@ TEST_P(FromVariables, ReplaceTheFirstOneInTheirOrder) {
 
 INSTANTIATE_TEST_SUITE_P(
     All, FromVariables,
-    ::testing::Values(
-        Translation{R"(c:\windows\x.exe)", R"(%WINDOWS%\X.exe)"},
-        Translation{R"(c:\windows\system32\x.exe)", R"(%system%\x.exe)"},
-        // The first in the order of the tests, not in the text; all its occurrences.
-        Translation{R"(%windows%\c:\users\ann\cookies\;c:\users\ann\cookies\)", R"(%windows%\%cookies%\;%cookies%\)"},
-        Translation{R"(%windows%)", R"(%windows%)"}, Translation{R"(%windows%c:\windows\)", R"(%windows%%windows%\)"},
-        // What the translation writes for the startup folder does not come back.
-        Translation{R"(%startup%\x)", R"(%startup%\x)"},
-        Translation{R"(%startu%c:\users\ann\start menu\programs\startup\x)", R"(%startu%%startup%\x)"},
-        Translation{R"(c:\users\ann\start menu\x)", R"(%startmenu%\x)"},
-        Translation{R"(%startmenu%)", R"(%startmenu%)"}, Translation{R"(c:\windows\x\y)", R"(%windows%\\x\\y)"},
-        Translation{R"(100%\x)", R"(100%\\X)"},
-        // Without a variable nothing changes.
-        Translation{R"(C:\\Mixed\\Case)", R"(C:\\Mixed\\Case)"}, Translation{R"(\\server\share)", R"(\\server\share)"},
-        Translation{"", ""}, Translation{R"(c:\alt\x)", R"(%altstartup%\x)"},
-        Translation{R"(c:\users\ann\application data\x)", R"(%appdata%\x)"},
-        Translation{R"(c:\users\all\desktop\x)", R"(%common_desktopdirectory%\x)"},
-        Translation{R"(c:\users\all\start menu\programs\x)", R"(%common_programs%\x)"},
-        Translation{R"(c:\users\all\start menu\x)", R"(%common_startmenu%\x)"},
-        Translation{R"(c:\users\all\start menu\programs\startup\x)", R"(%common_startup%\x)"},
-        Translation{R"(c:\users\ann\desktop\x)", R"(%desktopdirectory%\x)"},
-        Translation{R"(c:\users\ann\x)", R"(%profile%\x)"},
-        Translation{R"(c:\program files\x)", R"(%program_files%\x)"},
-        Translation{R"(c:\users\ann\favorites\x)", R"(%favorites%\x)"},
-        // A folder that the machine lacks leaves the rest of the path.
-        Translation{R"(x)", R"(%common_altstartup%\x)"}));
+    ::testing::Values(Translation{R"(c:\windows\x.exe)", R"(%windows%\x.exe)"},
+                      Translation{R"(c:\windows\system32\x.exe)", R"(%system%\x.exe)"},
+                      Translation{R"(%windows%)", R"(%windows%)"},
+                      Translation{R"(%windows%c:\windows\)", R"(%windows%%windows%\)"},
+                      // What the translation writes for the startup folder does not come back.
+                      Translation{R"(%startup%\x)", R"(%startup%\x)"},
+                      Translation{R"(%startu%c:\users\ann\start menu\programs\startup\x)", R"(%startu%%startup%\x)"},
+                      Translation{R"(c:\users\ann\start menu\x)", R"(%startmenu%\x)"},
+                      Translation{R"(%startmenu%)", R"(%startmenu%)"},
+                      Translation{R"(c:\windows\x\y)", R"(%windows%\\x\\y)"}, Translation{R"(100%\x)", R"(100%\\X)"},
+                      // Without a variable nothing changes.
+                      Translation{R"(C:\\Mixed\\Case)", R"(C:\\Mixed\\Case)"},
+                      Translation{R"(\\server\share)", R"(\\server\share)"}, Translation{"", ""},
+                      Translation{R"(c:\alt\x)", R"(%altstartup%\x)"},
+                      Translation{R"(c:\users\ann\application data\x)", R"(%appdata%\x)"},
+                      Translation{R"(c:\users\all\desktop\x)", R"(%common_desktopdirectory%\x)"},
+                      Translation{R"(c:\users\all\start menu\programs\x)", R"(%common_programs%\x)"},
+                      Translation{R"(c:\users\all\start menu\x)", R"(%common_startmenu%\x)"},
+                      Translation{R"(c:\users\all\start menu\programs\startup\x)", R"(%common_startup%\x)"},
+                      Translation{R"(c:\users\ann\desktop\x)", R"(%desktopdirectory%\x)"},
+                      Translation{R"(c:\users\ann\x)", R"(%profile%\x)"},
+                      Translation{R"(c:\program files\x)", R"(%program_files%\x)"},
+                      Translation{R"(c:\users\ann\favorites\x)", R"(%favorites%\x)"},
+                      // A folder that the machine lacks leaves the rest of the path.
+                      Translation{R"(x)", R"(%common_altstartup%\x)"}));
+
+TEST_F(FolderPaths, AVariableInCapitalsIsFoundAndComesOutInLowerCase) {
+    EXPECT_EQ(TypicalPaths().TranslateFromVariablePath(R"(%WINDOWS%\Some\X.EXE)"), R"(c:\windows\some\x.exe)");
+}
+
+// The first in the order of the tests, not in the text; all its occurrences.
+TEST_F(FolderPaths, OfTwoVariablesOnlyTheFirstInTheirOrderIsReplaced) {
+    EXPECT_EQ(TypicalPaths().TranslateFromVariablePath(R"(%windows%\%cookies%\;%cookies%\)"),
+              R"(%windows%\c:\users\ann\cookies\;c:\users\ann\cookies\)");
+}
 
 // Completing file names.
 class Resolving : public FolderPaths {

@@ -66,6 +66,9 @@ TEST_F(AdminPermission, IsFoundInTheLastPlaceOfTheTable) {
 }
 
 TEST_F(AdminPermission, EndsInABoundsErrorBehindTheTable) {
+    // The place behind the last group is looked at too.
+    Groups(101, false);
+    EXPECT_THROW(modPermissions::HasAdminPermission(), RuntimeError);
     Groups(102, true);
     try {
         modPermissions::HasAdminPermission();
