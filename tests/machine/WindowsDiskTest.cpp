@@ -74,6 +74,40 @@ TEST_F(WindowsDisk, FoldersOfTheUserAreThoseThatTheUsersHiveNames) {
     EXPECT_EQ(Special(38), "C:\\Program Files");
 }
 
+// Windows of other languages has other names for them, and only the registry knows.
+TEST_F(WindowsDisk, ProfilesLieWhereTheRegistrySays) {
+    constexpr std::u16string_view Profiles = u"Microsoft\\Windows NT\\CurrentVersion\\ProfileList";
+    Hive("WINDOWS/system32/config/SYSTEM", {{u"Select", u"Current", u"", 1}});
+    Hive("WINDOWS/system32/config/software",
+         {{u"Microsoft\\Windows NT\\CurrentVersion", u"CurrentVersion", u"5.1"},
+          {Profiles, u"ProfilesDirectory", u"%SystemDrive%\\Dokumente und Einstellungen"},
+          {Profiles, u"AllUsersProfile", u"Alle"},
+          {std::u16string(Profiles) + u"\\S-1-12-1-1-2-3-4", u"ProfileImagePath", u"C:\\Leute\\Ada"},
+          {u"Microsoft\\Windows\\CurrentVersion\\Explorer\\User Shell Folders", u"Common Programs",
+           u"%ALLUSERSPROFILE%\\Programme"}});
+    Hive("Leute/Ada/NTUSER.DAT", {{u"Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\User Shell Folders",
+                                   u"Local AppData", u"%USERPROFILE%\\Lokal\\Anwendungsdaten"}});
+    Hive("Leute/Ada/Lokal/Anwendungsdaten/Microsoft/Windows/UsrClass.dat", {{u".doc", u"", u"ada"}});
+    Folder("Dokumente und Einstellungen/Alle/Programme");
+    Open();
+    EXPECT_EQ(Variable("ALLUSERSPROFILE"), "C:\\Dokumente und Einstellungen\\Alle");
+    EXPECT_EQ(Variable("USERPROFILE"), "C:\\Leute\\Ada");
+    EXPECT_EQ(Special(23), "C:\\Dokumente und Einstellungen\\Alle\\Programme");
+    EXPECT_EQ(Value(HiveClassesRoot, ".doc", ""), "ada");
+}
+
+TEST_F(WindowsDisk, SinceVistaProgramDataIsEverybodys) {
+    constexpr std::u16string_view Profiles = u"Microsoft\\Windows NT\\CurrentVersion\\ProfileList";
+    Hive("Windows/System32/config/SYSTEM", {{u"Select", u"Current", u"", 1}});
+    Hive("Windows/System32/config/SOFTWARE", {{u"Microsoft\\Windows NT\\CurrentVersion", u"CurrentVersion", u"6.1"},
+                                              {Profiles, u"ProfilesDirectory", u"D:\\Users"},
+                                              {Profiles, u"ProgramData", u"%SystemDrive%\\Shared"}});
+    Open();
+    EXPECT_EQ(Variable("ALLUSERSPROFILE"), "C:\\Shared");
+    EXPECT_EQ(Variable("ProgramData"), "C:\\Shared");
+    EXPECT_EQ(Variable("PUBLIC"), "D:\\Users\\Public");
+}
+
 TEST_F(WindowsDisk, TheEnvironmentIsThatOfTheMachineThenOfTheUser) {
     MakeXp();
     Open();

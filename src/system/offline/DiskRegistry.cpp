@@ -29,13 +29,13 @@ constexpr std::u16string_view SystemSid = u"S-1-5-18";
 
 constexpr std::string_view ProfileList = "Software\\Microsoft\\Windows NT\\CurrentVersion\\ProfileList";
 
-// Accounts of people; those of the system and of its services are shorter.
-constexpr std::string_view PeoplePrefix = "S-1-5-21-";
+// Accounts of people, of a computer or its domain and of a cloud; those of the system and of its services are shorter.
+constexpr std::array<std::string_view, 2> PeoplePrefixes{"S-1-5-21-", "S-1-12-1-"};
 
-constexpr std::array<std::string_view, 2> ClassesHives{
-    "\\AppData\\Local\\Microsoft\\Windows\\UsrClass.dat",
-    "\\Local Settings\\Application Data\\Microsoft\\Windows\\UsrClass.dat",
-};
+// The hive of a user's classes lies in the folder for local data, which has another name in each language.
+constexpr std::string_view ClassesHive = "\\Microsoft\\Windows\\UsrClass.dat";
+constexpr std::array<std::string_view, 2> LocalDataFolders{"\\AppData\\Local", "\\Local Settings\\Application Data"};
+constexpr std::string_view ExplorerKey = "Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\";
 
 std::u16string ControlSet(std::uint32_t number) {
     const std::string text = "ControlSet" +
@@ -102,6 +102,27 @@ void DiskRegistry::OpenMachine(const std::string& config) {
     }
 }
 
+ProfileLayout DiskRegistry::LayoutOf(const OfflineSystem& system, ProfileLayout usual) const {
+    const auto text = [&](std::string_view name) {
+        return system.Expand(
+            ReadText(registry_, platform::HiveLocalMachine, std::string(ProfileList), name).value_or(std::string()));
+    };
+    ProfileLayout layout = std::move(usual);
+    const std::string profiles = text("ProfilesDirectory");
+    const std::string allUsers = text("AllUsersProfile");
+    const std::string programData = text("ProgramData");
+    if (!profiles.empty()) {
+        layout.profiles = profiles;
+    }
+    if (!programData.empty()) {
+        layout.allUsers = programData;
+    } else if (!allUsers.empty()) {
+        // Up to XP a name among the profiles.
+        layout.allUsers = allUsers.find('\\') == std::string::npos ? layout.profiles + "\\" + allUsers : allUsers;
+    }
+    return layout;
+}
+
 std::vector<UserProfile> DiskRegistry::ListUsers(const OfflineSystem& system) const {
     std::vector<UserProfile> users;
     auto list = registry_.Open(platform::HiveLocalMachine, ProfileList, platform::AccessMaximumAllowed);
@@ -116,7 +137,9 @@ std::vector<UserProfile> DiskRegistry::ListUsers(const OfflineSystem& system) co
         }
         const auto image =
             ReadText(registry_, platform::HiveLocalMachine, std::string(ProfileList) + "\\" + *sid, "ProfileImagePath");
-        if (!image || !sid->starts_with(PeoplePrefix)) {
+        const bool person = std::any_of(PeoplePrefixes.begin(), PeoplePrefixes.end(),
+                                        [&](std::string_view prefix) { return sid->starts_with(prefix); });
+        if (!image || !person) {
             continue;
         }
         UserProfile user;
@@ -136,20 +159,44 @@ std::vector<UserProfile> DiskRegistry::ListUsers(const OfflineSystem& system) co
     return users;
 }
 
-void DiskRegistry::OpenUser(const UserProfile& user) {
+void DiskRegistry::OpenUser(const UserProfile& user, const OfflineSystem& system) {
     if (Add({u"USER", user.sid}, user.hive, true) == nullptr) {
         return;
     }
     registry_.SetCurrentUser(user.sid);
-    for (const std::string_view path : ClassesHives) {
-        RegistryTree* classes = user.folder.empty()
-                                    ? nullptr
-                                    : Add({u"USER", user.sid + u"_Classes"}, user.folder + std::string(path), false);
+    for (const std::string& path : ClassesHivesOf(user, system)) {
+        RegistryTree* classes = Add({u"USER", user.sid + u"_Classes"}, path, false);
         if (classes != nullptr) {
             registry_.Mount({u"USER", user.sid, u"Software", u"Classes"}, *classes, {});
             return;
         }
     }
+}
+
+std::vector<std::string> DiskRegistry::ClassesHivesOf(const UserProfile& user, const OfflineSystem& system) const {
+    std::vector<std::string> paths;
+    if (user.folder.empty()) {
+        return paths;
+    }
+    const auto add = [&](const std::string& folder) {
+        std::string path = folder + std::string(ClassesHive);
+        if (std::find(paths.begin(), paths.end(), path) == paths.end()) {
+            paths.push_back(std::move(path));
+        }
+    };
+    OfflineSystem ofUser = system;
+    ofUser.SetVariable("USERPROFILE", user.folder);
+    for (const std::string_view key : {"User Shell Folders", "Shell Folders"}) {
+        const auto local = ReadText(registry_, platform::HiveCurrentUser, std::string(ExplorerKey) + std::string(key),
+                                    "Local AppData");
+        if (local && !local->empty()) {
+            add(ofUser.Expand(*local));
+        }
+    }
+    for (const std::string_view folder : LocalDataFolders) {
+        add(user.folder + std::string(folder));
+    }
+    return paths;
 }
 
 }  // namespace kel::offline

@@ -30,11 +30,14 @@ public:
     /// Mounts what lies in the folder `config`: the machine's hives, the current control set by `Select`, and that of
     /// the logon screen. Without a trailing backslash.
     void OpenMachine(const std::string& config);
+    /// Where `ProfileList` says that profiles lie, in whatever language the Windows is; what it does not say is as in
+    /// `usual`.
+    [[nodiscard]] ProfileLayout LayoutOf(const OfflineSystem& system, ProfileLayout usual) const;
     /// The people of `ProfileList` whose hive is there, by name.
     /// @param system expands the variables of their folders
     [[nodiscard]] std::vector<UserProfile> ListUsers(const OfflineSystem& system) const;
     /// Mounts the user's hive as the current user's, and that of the user's classes.
-    void OpenUser(const UserProfile& user);
+    void OpenUser(const UserProfile& user, const OfflineSystem& system);
 
     /// For people: what was replayed, left out or is damaged.
     [[nodiscard]] const std::vector<std::string>& Notes() const { return notes_; }
@@ -42,6 +45,7 @@ public:
 private:
     RegistryTree* Add(const KeyPath& point, const std::string& path, bool needed);
     void Note(const HiveFile& hive);
+    [[nodiscard]] std::vector<std::string> ClassesHivesOf(const UserProfile& user, const OfflineSystem& system) const;
 
     OfflineRegistry& registry_;
     platform::Files& files_;

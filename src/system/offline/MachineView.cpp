@@ -228,6 +228,7 @@ void MachineView::Impl::ChooseUser(const std::string& name) {
     if (kind == MachineKind::WindowsDisk) {
         const auto version = system.Version();
         layout.modern = version.Ok() ? version->major >= 6 : layout.modern;
+        layout = disk.LayoutOf(system, std::move(layout));
         users = disk.ListUsers(system);
     }
     if (users.empty()) {
@@ -375,7 +376,7 @@ MachineView::MachineView(const MachineOptions& options, platform::Files& files, 
     impl_->FindVersion();
     impl_->ChooseUser(options.user);
     if (impl_->kind == MachineKind::WindowsDisk && !impl_->users.empty()) {
-        impl_->disk.OpenUser(impl_->users.front());
+        impl_->disk.OpenUser(impl_->users.front(), impl_->system);
     }
     if (impl_->registry.Empty()) {
         impl_->NoteWindows9x();
