@@ -36,6 +36,10 @@ std::string Machine::Name() const {
     return "live";
 }
 
+std::vector<std::string> Machine::Notes() const {
+    return {};
+}
+
 #else
 
 struct Machine::Impl {
@@ -72,6 +76,10 @@ std::string Machine::HostFolder(const std::string& folder) {
 
 std::string Machine::Name() const {
     return impl_->name;
+}
+
+std::vector<std::string> Machine::Notes() const {
+    return impl_->platform.Notes();
 }
 
 #endif

@@ -5,6 +5,7 @@
 #include <memory>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 #include "frontend/ScanOptions.h"
 #include "platform/Platform.h"
@@ -32,6 +33,8 @@ public:
     [[nodiscard]] std::string MakeHostFolder(const std::string& folder);
     /// How the machine is called in the output.
     [[nodiscard]] std::string Name() const;
+    /// What people should know of its registry: a hive brought up to date from its logs, damaged or left out.
+    [[nodiscard]] std::vector<std::string> Notes() const;
     /// Called at every DoEvents.
     void OnYield(std::function<void()> function);
 

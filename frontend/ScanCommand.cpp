@@ -15,6 +15,7 @@
 #include "frontend/Machine.h"
 #include "frontend/ProgressLine.h"
 #include "frontend/ReadWatch.h"
+#include "frontend/ShownText.h"
 #include "frontend/Terminal.h"
 #include "frontend/TextSink.h"
 #include "platform/Platform.h"
@@ -174,6 +175,9 @@ int Work(const ScanOptions& options, Machine& machine, const platform::Platform&
 int RunScan(const ScanOptions& options, const Streams& streams) {
     try {
         Machine machine(options);
+        for (const std::string& note : machine.Notes()) {
+            std::fprintf(streams.err, "ombrelane: note: %s\n", ShownUtf8(note).c_str());
+        }
         const std::string data = machine.HostFolder(options.data);
         const std::string userData = machine.MakeHostFolder(options.userData);
 

@@ -64,7 +64,10 @@ Decoded Decode(std::string_view text) {
 }  // namespace
 
 std::string ShownText(std::string_view text) {
-    const std::string utf8 = platform::Current().text->ToUtf8(text);
+    return ShownUtf8(platform::Current().text->ToUtf8(text));
+}
+
+std::string ShownUtf8(std::string_view utf8) {
     std::string shown;
     shown.reserve(utf8.size());
     for (std::string_view rest = utf8; !rest.empty();) {

@@ -11,4 +11,7 @@ namespace kel::frontend {
 /// @param text in the code page of the machine that is installed
 [[nodiscard]] std::string ShownText(std::string_view text);
 
+/// The same for text that is in UTF-8 already, as paths of the host are. Needs no machine.
+[[nodiscard]] std::string ShownUtf8(std::string_view utf8);
+
 }  // namespace kel::frontend
