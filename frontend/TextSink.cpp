@@ -1,5 +1,6 @@
 #include "frontend/TextSink.h"
 
+#include "frontend/ExitCodes.h"
 #include "frontend/ShownText.h"
 
 namespace kel::frontend {
@@ -66,7 +67,7 @@ void TextSink::Summary(const SummaryRecord& record) {
     }
     Print(Plain, "");
     const bool clean = record.threats == 0;
-    Print(clean ? (record.complete && record.unreadable == 0 ? Green : Yellow) : Bold,
+    Print(clean ? (Verdict(record) == ExitClean ? Green : Yellow) : Bold,
           clean ? std::string("No threats found")
                 : Counted(record.threats, "threat", "threats") + " found in " +
                       Counted(record.locations, "location", "locations"));
