@@ -2,12 +2,12 @@
 
 #include <CLI/CLI.hpp>
 
-#include <cstdio>
-#include <filesystem>
 #include <fstream>
 
 #include "hive/NewHive.h"
 #include "hivemake/Lines.h"
+#include "hivemake/NewFile.h"
+#include "offline/Wtf8.h"
 
 namespace kel::hivemake {
 namespace {
@@ -19,19 +19,12 @@ constexpr const char* Footer =
 constexpr std::uint32_t SmallestMinor = 1;
 constexpr std::uint32_t LargestMinor = 6;
 
-/// The whole file, or nothing of it.
-bool WriteNew(const std::string& path, std::span<const std::byte> bytes) {
-    const std::string temporary = path + ".new";
-    std::ofstream file(temporary, std::ios::binary | std::ios::trunc);
-    file.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
-    file.close();
-    std::error_code error;
-    if (file)
-        std::filesystem::rename(temporary, path, error);
-    if (file && !error)
-        return true;
-    std::filesystem::remove(temporary, error);
-    return false;
+/// Empty when a root key can have that name.
+std::string WhyNoRootName(const std::string& name) {
+    const std::u16string units = offline::FromWtf8(name);
+    if (units.empty() || units.size() > offline::Hive::MaximumKeyName)
+        return "a key has a name of 1 to 255 characters";
+    return {};
 }
 
 }  // namespace
@@ -48,7 +41,7 @@ int Run(const std::vector<std::string>& arguments, std::istream& in, std::ostrea
     app.add_option("-o,--output", output, "the hive; an old file of that name is replaced")->required();
     app.add_option("--minor", minor, "version 1.N of the hive; 3, the default, is what every Windows since NT 4 reads")
         ->check(CLI::Range(SmallestMinor, LargestMinor));
-    app.add_option("--root", root, "name of the root key");
+    app.add_option("--root", root, "name of the root key")->check(CLI::Validator(WhyNoRootName, "NAME"));
     std::vector<std::string> reversed(arguments.rbegin(), arguments.rend());
     try {
         app.parse(reversed);
@@ -65,17 +58,20 @@ int Run(const std::vector<std::string>& arguments, std::istream& in, std::ostrea
     }
     try {
         offline::regf::HiveImage image;
-        if (!image.Assign(offline::regf::MakeHive(minor, std::u16string(root.begin(), root.end()), 0)))
+        if (!image.Assign(offline::regf::MakeHive(minor, offline::FromWtf8(root), 0)))
             throw std::bad_alloc();
         offline::Hive hive(std::move(image));
         ReadLines(file.is_open() ? static_cast<std::istream&>(file) : in, hive);
-        if (!WriteNew(output, hive.Render())) {
-            err << "hivemake: " << output << " can't be written\n";
+        if (const std::error_code error = WriteNewFile(output, hive.Render())) {
+            err << "hivemake: " << output << " can't be written: " << error.message() << '\n';
             return ExitNoOutput;
         }
     } catch (const LineError& error) {
         err << "hivemake: " << (input.empty() ? "-" : input) << ": " << error.what() << '\n';
         return ExitBadInput;
+    } catch (const InputError& error) {
+        err << "hivemake: " << (input.empty() ? "-" : input) << ' ' << error.what() << '\n';
+        return ExitNoInput;
     } catch (const std::exception& error) {
         err << "hivemake: " << error.what() << '\n';
         return ExitNoOutput;

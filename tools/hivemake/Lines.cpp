@@ -2,8 +2,11 @@
 
 #include <nlohmann/json.hpp>
 
+#include <cstdint>
+#include <limits>
 #include <vector>
 
+#include "hivemake/LoneSurrogates.h"
 #include "offline/Wtf8.h"
 
 namespace kel::hivemake {
@@ -18,10 +21,26 @@ constexpr std::uint32_t TypeBinary = 3;
 constexpr std::uint32_t TypeNumber = 4;
 constexpr std::uint32_t TypeTexts = 7;
 
+std::u16string Units(const json& text) {
+    return UnitsOf(text.get<std::string>());
+}
+
+const json& List(const json& list, const char* name) {
+    if (!list.is_array())
+        throw LineError(std::string(name) + " is no list");
+    return list;
+}
+
+std::uint32_t Number(const json& number, const char* name) {
+    if (!number.is_number_unsigned() || number.get<std::uint64_t>() > std::numeric_limits<std::uint32_t>::max())
+        throw LineError(std::string(name) + " is no number of 32 bits");
+    return number.get<std::uint32_t>();
+}
+
 KeyId MakeKey(offline::Hive& hive, const json& path) {
     KeyId key = hive.Root();
-    for (const json& name : path) {
-        const auto made = hive.CreateKey(key, offline::FromWtf8(name.get<std::string>()));
+    for (const json& name : List(path, "path")) {
+        const auto made = hive.CreateKey(key, Units(name));
         if (!made)
             throw LineError("the key " + name.dump() + " can't be made (error " +
                             std::to_string(static_cast<int>(made.Error())) + ")");
@@ -49,8 +68,8 @@ Bytes FromHex(const std::string& digits) {
     return bytes;
 }
 
-void AppendText(Bytes& bytes, const std::string& text) {
-    const Bytes units = offline::BytesFromUnits(offline::FromWtf8(text) + u'\0');
+void AppendText(Bytes& bytes, const json& text) {
+    const Bytes units = offline::BytesFromUnits(Units(text) + u'\0');
     bytes.insert(bytes.end(), units.begin(), units.end());
 }
 
@@ -63,22 +82,23 @@ Data DataOf(const json& line) {
     Data data;
     if (line.contains("text")) {
         data.type = TypeText;
-        AppendText(data.bytes, line["text"].get<std::string>());
+        AppendText(data.bytes, line["text"]);
     } else if (line.contains("texts")) {
         data.type = TypeTexts;
-        for (const json& text : line["texts"])
-            AppendText(data.bytes, text.get<std::string>());
+        for (const json& text : List(line["texts"], "texts"))
+            AppendText(data.bytes, text);
         data.bytes.resize(data.bytes.size() + 2);
     } else if (line.contains("number")) {
         data.type = TypeNumber;
-        const auto number = line["number"].get<std::uint32_t>();
+        const std::uint32_t number = Number(line["number"], "number");
         for (unsigned shift = 0; shift < 32; shift += 8)
             data.bytes.push_back(static_cast<std::byte>(number >> shift & 0xFF));
     } else {
         data.type = TypeBinary;
         data.bytes = FromHex(line.at("data").get<std::string>());
     }
-    data.type = line.value("valueType", data.type);
+    if (line.contains("valueType"))
+        data.type = Number(line["valueType"], "valueType");
     return data;
 }
 
@@ -89,7 +109,8 @@ void ReadLine(const json& line, offline::Hive& hive) {
     } else if (type == "value") {
         const KeyId key = MakeKey(hive, line.at("path"));
         const Data data = DataOf(line);
-        const auto error = hive.SetValue(key, offline::FromWtf8(line.value("name", "")), data.type, data.bytes);
+        const std::u16string name = line.contains("name") ? Units(line["name"]) : std::u16string();
+        const auto error = hive.SetValue(key, name, data.type, data.bytes);
         if (error != platform::SysError::Success)
             throw LineError("the value can't be set (error " + std::to_string(static_cast<int>(error)) + ")");
     }
@@ -103,13 +124,15 @@ void ReadLines(std::istream& in, offline::Hive& hive) {
         if (text.find_first_not_of(" \t\r") == std::string::npos)
             continue;
         try {
-            ReadLine(json::parse(text), hive);
+            ReadLine(json::parse(MarkLoneSurrogates(text)), hive);
         } catch (const LineError& error) {
             throw LineError("line " + std::to_string(number) + ": " + error.what());
         } catch (const json::exception& error) {
             throw LineError("line " + std::to_string(number) + ": " + error.what());
         }
     }
+    if (in.bad())
+        throw InputError("can't be read");
 }
 
 }  // namespace kel::hivemake
