@@ -19,10 +19,10 @@ const std::shared_ptr<Scan>& CurrentScan() {
     return ModuleData<Current>().scan;
 }
 
-std::shared_ptr<Scan> RequireCurrentScan() {
+std::shared_ptr<Scan> RequireCurrentScan(SourceLocation where) {
     std::shared_ptr<Scan> scan = CurrentScan();
     if (!scan) {
-        Raise(ErrObjectNotSet);
+        Raise(ErrObjectNotSet, {}, where);
     }
     return scan;
 }

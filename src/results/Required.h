@@ -7,11 +7,11 @@
 
 namespace kel {
 
-/// The object of a reference. Raises error 91 when the reference is nothing.
+/// The object of a reference. Raises error 91, with the caller's line, when the reference is nothing.
 template <class T>
-[[nodiscard]] T& Required(const std::shared_ptr<T>& reference) {
+[[nodiscard]] T& Required(const std::shared_ptr<T>& reference, SourceLocation where = SourceLocation::current()) {
     if (!reference) {
-        Raise(ErrObjectNotSet);
+        Raise(ErrObjectNotSet, {}, where);
     }
     return *reference;
 }

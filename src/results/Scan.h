@@ -113,8 +113,8 @@ private:
 
 /// The scan of the run; null before the first one.
 [[nodiscard]] const std::shared_ptr<Scan>& CurrentScan();
-/// The scan of the run, kept alive for the caller. Raises error 91 when there is none.
-[[nodiscard]] std::shared_ptr<Scan> RequireCurrentScan();
+/// The scan of the run, kept alive for the caller. Raises error 91, with the caller's line, when there is none.
+[[nodiscard]] std::shared_ptr<Scan> RequireCurrentScan(SourceLocation where = SourceLocation::current());
 /// Makes a scan the current one, and lets the listing procedures of the system modules report through it.
 void SetCurrentScan(std::shared_ptr<Scan> scan);
 

@@ -2,6 +2,11 @@
 
 #include <gmock/gmock.h>
 
+#include <functional>
+#include <iterator>
+
+#include "core/Collection.h"
+#include "core/Recordset.h"
 #include "core/Value.h"
 #include "decorators/FaultInjectingPlatform.h"
 #include "support/EngineTest.h"
@@ -157,6 +162,73 @@ TEST_F(ErrorChannel, TrapReportsLineTextAndNumberAndGoesOn) {
     EXPECT_EQ(Reported()[0].number, "76");
     EXPECT_EQ(Reported()[0].module, "modX");
     EXPECT_EQ(Reported()[0].procedure, "Procedure");
+}
+
+// What a statement asks of a collection, a table or a conversion fails on the statement's own line, whichever line of
+// theirs noticed it.
+TEST_F(ErrorChannel, AFailureBelowAStatementHasTheStatementsLine) {
+    const Value null = Null{};
+    const Value word = std::string("word");
+    const Value large = 1e300;
+    Collection<int> list;
+    list.Add(1, "key");
+    Recordset table;
+    table.AppendField("Number", FieldType::Integer);
+    const std::function<void()> statements[] = {
+        [&] { static_cast<void>(list.Item(2)); },
+        [&] { static_cast<void>(list.Item("none")); },
+        [&] { list.Add(2, "Key"); },
+        [&] { list.Remove(7); },
+        [&] { list.Remove("none"); },
+        [&] { static_cast<void>(table.Eof()); },
+        [&] { table.MoveFirst(); },
+        [&] { table.SetFilter("Number=1"); },
+        [&] { table.AppendField("number", FieldType::Integer); },
+        [&] { table.Open(Folder() + "none.sdb"); },
+        [&] { static_cast<void>(table.Get("Number")); },
+        [&] { static_cast<void>(table.ReadColumn(0)); },
+        [&] { static_cast<void>(ToText(null)); },
+        [&] { static_cast<void>(ToLong(word)); },
+        [&] { static_cast<void>(ToInteger(large)); },
+        [&] { static_cast<void>(ToBoolean(word)); },
+        [&] { static_cast<void>(ToDate(word)); },
+        [&] { static_cast<void>(ToDate(large)); },
+    };
+    const int first = __LINE__ - 19;
+    for (const auto& statement : statements) {
+        EXPECT_FALSE(Trap("m", "p", statement));
+    }
+    ASSERT_EQ(Reported().size(), std::size(statements));
+    for (std::size_t i = 0; i < std::size(statements); ++i) {
+        const std::string line = "ln " + std::to_string(first + static_cast<int>(i)) + ":";
+        EXPECT_EQ(Reported()[i].description.substr(0, line.size()), line) << i;
+    }
+}
+
+TEST_F(ErrorChannel, AnOpenTablesFailuresHaveTheStatementsLineToo) {
+    Recordset table;
+    table.AppendField("Number", FieldType::Integer);
+    table.Open();
+    const std::function<void()> statements[] = {
+        [&] { table.Open(); },
+        [&] { table.MoveFirst(); },
+        [&] { table.SetFilter("None=1"); },
+        [&] { table.SetFilter("Number~1"); },
+        [&] { static_cast<void>(table.Get("None")); },
+        [&] { static_cast<void>(table.Field(1)); },
+        [&] { table.Delete(); },
+        [&] { table.Save(); },
+        [&] { table.AddNew(), table.Set(0, std::string("word")); },
+    };
+    const int first = __LINE__ - 10;
+    for (const auto& statement : statements) {
+        EXPECT_FALSE(Trap("m", "p", statement));
+    }
+    ASSERT_EQ(Reported().size(), std::size(statements));
+    for (std::size_t i = 0; i < std::size(statements); ++i) {
+        const std::string line = "ln " + std::to_string(first + static_cast<int>(i)) + ":";
+        EXPECT_EQ(Reported()[i].description.substr(0, line.size()), line) << i;
+    }
 }
 
 TEST_F(ErrorChannel, TrapStopsFailuresOfTheLibraryToo) {

@@ -481,6 +481,20 @@ TEST_F(ScanRecord, TheListingProceduresReportThroughTheCurrentScan) {
     EXPECT_THROW(State().Calls.ScanCookiesFolder(), RuntimeError);
 }
 
+TEST_F(ScanRecord, AListThatAClientTookAwayFailsTheAddWhereItIsAskedFor) {
+    scan->AddDetectedThreatFolder(ScanTypeFolder, 7, "C:\\a");
+    scan->AddDetectedThreatFile(ScanTypeFiles, 8, "", File("a.exe"));
+    Threat(7).ThreatLocationFolders.reset();
+    Threat(8).ThreatLocationFiles.reset();
+    scan->AddDetectedThreatFolder(ScanTypeFolder, 7, "C:\\b");
+    scan->AddDetectedThreatFile(ScanTypeFiles, 8, "", File("b.exe"));
+    ASSERT_EQ(Reported().size(), 2U);
+    EXPECT_EQ(Reported()[0].number, "91");
+    EXPECT_EQ(Reported()[1].number, "91");
+    EXPECT_NE(Reported()[0].description, Reported()[1].description) << "each names its own line";
+    EXPECT_EQ(found.size(), 2U);
+}
+
 TEST_F(ScanRecord, AClientMayPutAnotherCollectionInPlace) {
     scan->AddDetectedThreatFile(ScanTypeFiles, 7, "", File("a.exe"));
     scan->DetectedThreats().reset();

@@ -15,27 +15,36 @@
 namespace kel {
 
 /// Items in the order in which they were added, counted from 1. Keys compare without regard to case.
-/// Failures are RuntimeErrors: 9 for a bad index, 5 for an absent key, 457 for a key that is already there.
+/// Failures are RuntimeErrors with the caller's line: 9 for a bad index, 5 for an absent key, 457 for a key that is
+/// already there.
 template <class T>
 class Collection {
 public:
     void Add(T item) { entries_.push_back({std::move(item), std::nullopt}); }
 
-    void Add(T item, std::string_view key) {
+    void Add(T item, std::string_view key, SourceLocation where = SourceLocation::current()) {
         std::string folded = LCase(key);
         if (!places_.try_emplace(folded, entries_.size()).second) {
-            Raise(ErrDuplicateKey);
+            Raise(ErrDuplicateKey, {}, where);
         }
         entries_.push_back({std::move(item), std::move(folded)});
     }
 
     [[nodiscard]] std::size_t Count() const noexcept { return entries_.size(); }
 
-    [[nodiscard]] T& Item(std::size_t index) { return entries_.at(Place(index)).item; }
-    [[nodiscard]] const T& Item(std::size_t index) const { return entries_.at(Place(index)).item; }
+    [[nodiscard]] T& Item(std::size_t index, SourceLocation where = SourceLocation::current()) {
+        return entries_[Place(index, where)].item;
+    }
+    [[nodiscard]] const T& Item(std::size_t index, SourceLocation where = SourceLocation::current()) const {
+        return entries_[Place(index, where)].item;
+    }
 
-    [[nodiscard]] T& Item(std::string_view key) { return entries_[Place(key)].item; }
-    [[nodiscard]] const T& Item(std::string_view key) const { return entries_[Place(key)].item; }
+    [[nodiscard]] T& Item(std::string_view key, SourceLocation where = SourceLocation::current()) {
+        return entries_[Place(key, where)].item;
+    }
+    [[nodiscard]] const T& Item(std::string_view key, SourceLocation where = SourceLocation::current()) const {
+        return entries_[Place(key, where)].item;
+    }
 
     /// The item under a key, or null: the lookup for callers to whom a miss is no failure.
     [[nodiscard]] const T* Find(std::string_view key) const {
@@ -48,8 +57,8 @@ public:
     /// the items that were there are where they were.
     [[nodiscard]] std::size_t Removals() const noexcept { return removals_; }
 
-    void Remove(std::size_t index) { Erase(Place(index)); }
-    void Remove(std::string_view key) { Erase(Place(key)); }
+    void Remove(std::size_t index, SourceLocation where = SourceLocation::current()) { Erase(Place(index, where)); }
+    void Remove(std::string_view key, SourceLocation where = SourceLocation::current()) { Erase(Place(key, where)); }
 
     // Iteration in order, over the items.
     class Iterator {
@@ -76,16 +85,16 @@ private:
         std::optional<std::string> key;
     };
 
-    [[nodiscard]] std::size_t Place(std::size_t index) const {
+    [[nodiscard]] std::size_t Place(std::size_t index, const SourceLocation& where) const {
         if (index < 1 || index > entries_.size()) {
-            Raise(ErrSubscriptOutOfRange);
+            Raise(ErrSubscriptOutOfRange, {}, where);
         }
         return index - 1;
     }
-    [[nodiscard]] std::size_t Place(std::string_view key) const {
+    [[nodiscard]] std::size_t Place(std::string_view key, const SourceLocation& where) const {
         const auto found = places_.find(LCase(key));
         if (found == places_.end()) {
-            Raise(ErrInvalidProcedureCall);
+            Raise(ErrInvalidProcedureCall, {}, where);
         }
         return found->second;
     }

@@ -5,12 +5,11 @@
 #include <optional>
 #include <utility>
 
-#include "core/NumberColumn.h"
+#include "core/LiveColumn.h"
 #include "core/RecordFilter.h"
 #include "core/RuntimeError.h"
 #include "core/SdbFile.h"
 #include "core/Text.h"
-#include "core/TextColumn.h"
 
 namespace kel {
 
@@ -231,270 +230,262 @@ struct Recordset::Impl {
     }
 };
 
-namespace {
-
-// The rows of one column that are not deleted. The type of column is known, so that a read costs one call.
-template <class Stored>
-class LiveColumn final : public Recordset::Column {
-public:
-    LiveColumn(const RecordColumn& column, std::vector<std::uint32_t> rows)
-        : column_(static_cast<const Stored&>(column)), rows_(std::move(rows)) {}
-
-    [[nodiscard]] bool IsNull(std::size_t row) const override { return column_.IsNull(At(row)); }
-    [[nodiscard]] std::int32_t Number(std::size_t row) const override { return column_.Number(At(row)); }
-    [[nodiscard]] std::string_view Text(std::size_t row) const override { return column_.Text(At(row), scratch_); }
-    [[nodiscard]] bool Numbers(std::size_t first, std::span<std::int32_t> into) const override {
-        return Block(first, into, [this](std::size_t row) { return column_.Number(row); });
-    }
-    [[nodiscard]] const std::uint8_t* Digest(std::size_t row) const override { return column_.Digest(At(row)); }
-    [[nodiscard]] bool Digests(std::size_t first, std::span<const std::uint8_t*> into) const override {
-        return Block(first, into, [this](std::size_t row) { return column_.Digest(row); }) &&
-               (into.empty() || into.front() != nullptr);
-    }
-
-private:
-    [[nodiscard]] std::size_t At(std::size_t row) const { return rows_.empty() ? row : rows_[row]; }
-
-    template <class Item, class Read>
-    bool Block(std::size_t first, std::span<Item> into, Read&& read) const {
-        for (std::size_t i = 0; i < into.size(); ++i) {
-            const std::size_t row = At(first + i);
-            if (column_.IsNull(row)) {
-                return false;
-            }
-            into[i] = read(row);
-        }
-        return true;
-    }
-
-    const Stored& column_;
-    std::vector<std::uint32_t> rows_;  ///< empty when none is deleted
-    mutable std::string scratch_;
-};
-
-}  // namespace
-
 Recordset::Recordset() : impl_(std::make_unique<Impl>()) {
 }
 
 Recordset::~Recordset() = default;
 
-void Recordset::AppendField(std::string_view name, FieldType type, std::uint32_t size) {
-    impl_->RequireNew();
-    if (name.empty() || impl_->fields.size() >= MaxColumns || (type == FieldType::VarChar && size == 0)) {
-        Raise(ErrInvalidArgument, name);
-    }
-    for (const FieldDefinition& field : impl_->fields) {
-        if (EqualText(field.name, name)) {
+void Recordset::AppendField(std::string_view name, FieldType type, std::uint32_t size, SourceLocation where) {
+    AtStatement(where, [&] {
+        impl_->RequireNew();
+        if (name.empty() || impl_->fields.size() >= MaxColumns || (type == FieldType::VarChar && size == 0)) {
             Raise(ErrInvalidArgument, name);
         }
-    }
-    impl_->fields.push_back({std::string(name), type, type == FieldType::VarChar ? size : 0});
+        for (const FieldDefinition& field : impl_->fields) {
+            if (EqualText(field.name, name)) {
+                Raise(ErrInvalidArgument, name);
+            }
+        }
+        impl_->fields.push_back({std::string(name), type, type == FieldType::VarChar ? size : 0});
+    });
 }
 
-void Recordset::Open() {
-    impl_->RequireNew();
-    if (impl_->fields.empty()) {
-        Raise(ErrInvalidArgument);
-    }
-    for (const FieldDefinition& field : impl_->fields) {
-        impl_->columns.push_back(RecordColumn::Make(field));
-    }
-    impl_->open = true;
+void Recordset::Open(SourceLocation where) {
+    AtStatement(where, [&] {
+        impl_->RequireNew();
+        if (impl_->fields.empty()) {
+            Raise(ErrInvalidArgument);
+        }
+        for (const FieldDefinition& field : impl_->fields) {
+            impl_->columns.push_back(RecordColumn::Make(field));
+        }
+        impl_->open = true;
+    });
 }
 
-void Recordset::Open(std::string_view path) {
-    impl_->RequireNew();
-    SdbTable table = ReadSdb(path);
-    impl_->Reset();
-    for (const auto& column : table.columns) {
-        impl_->fields.push_back(column->Definition());
-    }
-    impl_->columns = std::move(table.columns);
-    impl_->image = std::move(table.image);
-    impl_->path = path;
-    impl_->open = true;
-    impl_->GoTo(impl_->Next(0));
+void Recordset::Open(std::string_view path, SourceLocation where) {
+    AtStatement(where, [&] {
+        impl_->RequireNew();
+        SdbTable table = ReadSdb(path);
+        impl_->Reset();
+        for (const auto& column : table.columns) {
+            impl_->fields.push_back(column->Definition());
+        }
+        impl_->columns = std::move(table.columns);
+        impl_->image = std::move(table.image);
+        impl_->path = path;
+        impl_->open = true;
+        impl_->GoTo(impl_->Next(0));
+    });
 }
 
-void Recordset::Close() {
-    impl_->RequireOpen();
-    impl_->Reset();
+void Recordset::Close(SourceLocation where) {
+    AtStatement(where, [&] {
+        impl_->RequireOpen();
+        impl_->Reset();
+    });
 }
 
 bool Recordset::IsOpen() const noexcept {
     return impl_->open;
 }
 
-void Recordset::Save(std::string_view path) {
-    impl_->RequireOpen();
-    const std::string target(path.empty() ? std::string_view(impl_->path) : path);
-    if (target.empty()) {
-        Raise(ErrInvalidArgument);
-    }
-    WriteSdb(target, impl_->columns, impl_->LiveRows());
-    impl_->path = target;
+void Recordset::Save(std::string_view path, SourceLocation where) {
+    AtStatement(where, [&] {
+        impl_->RequireOpen();
+        const std::string target(path.empty() ? std::string_view(impl_->path) : path);
+        if (target.empty()) {
+            Raise(ErrInvalidArgument);
+        }
+        WriteSdb(target, impl_->columns, impl_->LiveRows());
+        impl_->path = target;
+    });
 }
 
-void Recordset::SetFilter(std::string_view filter) {
-    impl_->RequireOpen();
-    // A filter that can't be understood changes nothing.
-    RecordFilter compiled(filter, impl_->columns);
-    impl_->Commit();
-    impl_->Compact();
-    impl_->filter = std::move(compiled);
-    impl_->filterText = filter;
-    impl_->count.reset();
-    impl_->UseIndex();
-    impl_->GoTo(impl_->Next(0));
+void Recordset::SetFilter(std::string_view filter, SourceLocation where) {
+    AtStatement(where, [&] {
+        impl_->RequireOpen();
+        // A filter that can't be understood changes nothing.
+        RecordFilter compiled(filter, impl_->columns);
+        impl_->Commit();
+        impl_->Compact();
+        impl_->filter = std::move(compiled);
+        impl_->filterText = filter;
+        impl_->count.reset();
+        impl_->UseIndex();
+        impl_->GoTo(impl_->Next(0));
+    });
 }
 
 const std::string& Recordset::Filter() const {
     return impl_->filterText;
 }
 
-bool Recordset::Eof() const {
-    impl_->RequireOpen();
-    return impl_->eof && !impl_->edit.adding;
+bool Recordset::Eof(SourceLocation where) const {
+    return AtStatement(where, [&] {
+        impl_->RequireOpen();
+        return impl_->eof && !impl_->edit.adding;
+    });
 }
 
-bool Recordset::Bof() const {
-    impl_->RequireOpen();
-    return impl_->bof && !impl_->edit.adding;
+bool Recordset::Bof(SourceLocation where) const {
+    return AtStatement(where, [&] {
+        impl_->RequireOpen();
+        return impl_->bof && !impl_->edit.adding;
+    });
 }
 
-void Recordset::MoveFirst() {
-    impl_->RequireOpen();
-    impl_->Commit();
-    impl_->Compact();
-    impl_->GoTo(impl_->Next(0));
-    if (impl_->eof) {
-        Raise(ErrNoCurrentRow);
-    }
-}
-
-void Recordset::MoveLast() {
-    impl_->RequireOpen();
-    impl_->Commit();
-    impl_->GoTo(impl_->Last());
-    if (impl_->eof) {
-        Raise(ErrNoCurrentRow);
-    }
-}
-
-void Recordset::MoveNext() {
-    impl_->RequireOpen();
-    impl_->Commit();
-    if (impl_->eof) {
-        Raise(ErrNoCurrentRow);
-    }
-    if (const auto next = impl_->Next(impl_->row + 1)) {
-        impl_->row = *next;
-    } else {
-        impl_->eof = true;
-        impl_->bof = !impl_->Next(0);
-    }
-}
-
-std::int32_t Recordset::RecordCount() const {
-    impl_->RequireOpen();
-    if (!impl_->count) {
-        std::size_t count = impl_->Rows() - impl_->deletedCount;
-        if (!impl_->filter.IsEmpty()) {
-            count = 0;
-            for (auto at = impl_->Next(0); at; at = impl_->Next(*at + 1)) {
-                ++count;
-            }
+void Recordset::MoveFirst(SourceLocation where) {
+    AtStatement(where, [&] {
+        impl_->RequireOpen();
+        impl_->Commit();
+        impl_->Compact();
+        impl_->GoTo(impl_->Next(0));
+        if (impl_->eof) {
+            Raise(ErrNoCurrentRow);
         }
-        impl_->count = static_cast<std::int32_t>(count);
-    }
-    return *impl_->count;
+    });
+}
+
+void Recordset::MoveLast(SourceLocation where) {
+    AtStatement(where, [&] {
+        impl_->RequireOpen();
+        impl_->Commit();
+        impl_->GoTo(impl_->Last());
+        if (impl_->eof) {
+            Raise(ErrNoCurrentRow);
+        }
+    });
+}
+
+void Recordset::MoveNext(SourceLocation where) {
+    AtStatement(where, [&] {
+        impl_->RequireOpen();
+        impl_->Commit();
+        if (impl_->eof) {
+            Raise(ErrNoCurrentRow);
+        }
+        if (const auto next = impl_->Next(impl_->row + 1)) {
+            impl_->row = *next;
+        } else {
+            impl_->eof = true;
+            impl_->bof = !impl_->Next(0);
+        }
+    });
+}
+
+std::int32_t Recordset::RecordCount(SourceLocation where) const {
+    return AtStatement(where, [&] {
+        impl_->RequireOpen();
+        if (!impl_->count) {
+            std::size_t count = impl_->Rows() - impl_->deletedCount;
+            if (!impl_->filter.IsEmpty()) {
+                count = 0;
+                for (auto at = impl_->Next(0); at; at = impl_->Next(*at + 1)) {
+                    ++count;
+                }
+            }
+            impl_->count = static_cast<std::int32_t>(count);
+        }
+        return *impl_->count;
+    });
 }
 
 std::size_t Recordset::FieldCount() const {
     return impl_->fields.size();
 }
 
-const FieldDefinition& Recordset::Field(std::size_t position) const {
-    impl_->RequireField(position);
-    return impl_->fields[position];
+const FieldDefinition& Recordset::Field(std::size_t position, SourceLocation where) const {
+    return AtStatement(where, [&]() -> const FieldDefinition& {
+        impl_->RequireField(position);
+        return impl_->fields[position];
+    });
 }
 
-Value Recordset::Get(std::size_t position) const {
-    impl_->RequireOpen();
-    impl_->RequireField(position);
-    impl_->RequireCurrent();
-    if (!impl_->edit.values.empty() && impl_->edit.values[position]) {
-        return *impl_->edit.values[position];
-    }
-    return impl_->edit.adding ? Value(Null{}) : impl_->columns[position]->Get(impl_->row);
+Value Recordset::Get(std::size_t position, SourceLocation where) const {
+    return AtStatement(where, [&]() -> Value {
+        impl_->RequireOpen();
+        impl_->RequireField(position);
+        impl_->RequireCurrent();
+        if (!impl_->edit.values.empty() && impl_->edit.values[position]) {
+            return *impl_->edit.values[position];
+        }
+        return impl_->edit.adding ? Value(Null{}) : impl_->columns[position]->Get(impl_->row);
+    });
 }
 
-Value Recordset::Get(std::string_view name) const {
-    impl_->RequireOpen();
-    return Get(impl_->Find(name));
+Value Recordset::Get(std::string_view name, SourceLocation where) const {
+    return AtStatement(where, [&]() -> Value {
+        impl_->RequireOpen();
+        return Get(impl_->Find(name), where);
+    });
 }
 
-void Recordset::Set(std::size_t position, const Value& value) {
-    impl_->RequireOpen();
-    impl_->RequireField(position);
-    impl_->RequireCurrent();
-    impl_->edit.values.resize(impl_->fields.size());
-    impl_->edit.values[position] = impl_->columns[position]->Fit(value);
-    impl_->edit.changed = true;
+void Recordset::Set(std::size_t position, const Value& value, SourceLocation where) {
+    AtStatement(where, [&] {
+        impl_->RequireOpen();
+        impl_->RequireField(position);
+        impl_->RequireCurrent();
+        impl_->edit.values.resize(impl_->fields.size());
+        impl_->edit.values[position] = impl_->columns[position]->Fit(value);
+        impl_->edit.changed = true;
+    });
 }
 
-void Recordset::Set(std::string_view name, const Value& value) {
-    impl_->RequireOpen();
-    Set(impl_->Find(name), value);
+void Recordset::Set(std::string_view name, const Value& value, SourceLocation where) {
+    AtStatement(where, [&] {
+        impl_->RequireOpen();
+        Set(impl_->Find(name), value, where);
+    });
 }
 
-void Recordset::AddNew() {
-    impl_->RequireOpen();
-    impl_->Commit();
-    if (impl_->Rows() >= static_cast<std::size_t>(std::numeric_limits<std::int32_t>::max())) {
-        Raise(ErrOverflow);
-    }
-    impl_->edit.adding = true;
-    impl_->edit.values.resize(impl_->fields.size());
+void Recordset::AddNew(SourceLocation where) {
+    AtStatement(where, [&] {
+        impl_->RequireOpen();
+        impl_->Commit();
+        if (impl_->Rows() >= static_cast<std::size_t>(std::numeric_limits<std::int32_t>::max())) {
+            Raise(ErrOverflow);
+        }
+        impl_->edit.adding = true;
+        impl_->edit.values.resize(impl_->fields.size());
+    });
 }
 
-void Recordset::Update() {
-    impl_->RequireOpen();
-    impl_->Commit();
+void Recordset::Update(SourceLocation where) {
+    AtStatement(where, [&] {
+        impl_->RequireOpen();
+        impl_->Commit();
+    });
 }
 
-void Recordset::Delete() {
-    impl_->RequireCurrent();
-    // A row that was only begun is given up, and the position goes back to where it was.
-    if (std::exchange(impl_->edit, {}).adding) {
-        return;
-    }
-    impl_->deleted.resize(impl_->Rows());
-    impl_->deleted[impl_->row] = true;
-    ++impl_->deletedCount;
-    impl_->count.reset();
+void Recordset::Delete(SourceLocation where) {
+    AtStatement(where, [&] {
+        impl_->RequireCurrent();
+        // A row that was only begun is given up, and the position goes back to where it was.
+        if (std::exchange(impl_->edit, {}).adding) {
+            return;
+        }
+        impl_->deleted.resize(impl_->Rows());
+        impl_->deleted[impl_->row] = true;
+        ++impl_->deletedCount;
+        impl_->count.reset();
+    });
 }
 
-std::size_t Recordset::RowCount() const {
-    impl_->RequireOpen();
-    return impl_->Rows() - impl_->deletedCount;
+std::size_t Recordset::RowCount(SourceLocation where) const {
+    return AtStatement(where, [&] {
+        impl_->RequireOpen();
+        return impl_->Rows() - impl_->deletedCount;
+    });
 }
 
-std::unique_ptr<Recordset::Column> Recordset::ReadColumn(std::size_t position) const {
-    impl_->RequireOpen();
-    impl_->RequireField(position);
-    const RecordColumn& column = *impl_->columns[position];
-    auto rows = impl_->deletedCount == 0 ? std::vector<std::uint32_t>() : impl_->LiveRows();
-    switch (column.Definition().type) {
-        case FieldType::VarChar:
-            return std::make_unique<LiveColumn<TextColumn>>(column, std::move(rows));
-        case FieldType::Date:
-        case FieldType::Numeric:
-            return std::make_unique<LiveColumn<RealColumn>>(column, std::move(rows));
-        default:
-            return std::make_unique<LiveColumn<NumberColumn>>(column, std::move(rows));
-    }
+std::unique_ptr<Recordset::Column> Recordset::ReadColumn(std::size_t position, SourceLocation where) const {
+    return AtStatement(where, [&] {
+        impl_->RequireOpen();
+        impl_->RequireField(position);
+        return MakeLiveColumn(*impl_->columns[position],
+                              impl_->deletedCount == 0 ? std::vector<std::uint32_t>() : impl_->LiveRows());
+    });
 }
 
 }  // namespace kel

@@ -9,6 +9,7 @@
 #include <string_view>
 #include <vector>
 
+#include "core/SourceLocation.h"
 #include "core/Value.h"
 
 namespace kel {
@@ -30,10 +31,10 @@ struct FieldDefinition {
     std::uint32_t size = 0;  ///< characters for VarChar, otherwise 0
 };
 
-/// A table whose rows lie in memory. Failures are RuntimeErrors: 3704 when it is closed, 3705 when it is open, 3021
-/// without a current row, 3265 for an unknown column, 3001 for a filter that can't be understood, 53 for a missing
-/// file, 58 for a save to a path that exists, 13 and 6 for a value that does not fit its column. Text longer than its
-/// column is an error 3001, not a cut: writers cut.
+/// A table whose rows lie in memory. Failures are RuntimeErrors with the caller's line: 3704 when it is closed, 3705
+/// when it is open, 3021 without a current row, 3265 for an unknown column, 3001 for a filter that can't be understood,
+/// 53 for a missing file, 58 for a save to a path that exists, 13 and 6 for a value that does not fit its column. Text
+/// longer than its column is an error 3001, not a cut: writers cut.
 ///
 /// A row that AddNew began is pending until Update, another AddNew, a move or a filter commits it; Save writes
 /// committed rows only. Setting a filter goes to the first row that it lets through.
@@ -45,41 +46,43 @@ public:
     Recordset& operator=(const Recordset&) = delete;
 
     /// Defines a column of a table that is not open yet.
-    void AppendField(std::string_view name, FieldType type, std::uint32_t size = 0);
+    void AppendField(std::string_view name, FieldType type, std::uint32_t size = 0,
+                     SourceLocation where = SourceLocation::current());
     /// Opens the defined columns as an empty, writable table.
-    void Open();
+    void Open(SourceLocation where = SourceLocation::current());
     /// Loads a saved table whole. A damaged or foreign file is an error 3709 that names the file.
-    void Open(std::string_view path);
-    void Close();
+    void Open(std::string_view path, SourceLocation where = SourceLocation::current());
+    void Close(SourceLocation where = SourceLocation::current());
     [[nodiscard]] bool IsOpen() const noexcept;
     /// Writes all committed rows, whatever the filter says. `path` empty: to where it was opened from or last saved.
-    void Save(std::string_view path = {});
+    void Save(std::string_view path = {}, SourceLocation where = SourceLocation::current());
 
     /// Restricts the rows; the empty text lets all through.
-    void SetFilter(std::string_view filter);
+    void SetFilter(std::string_view filter, SourceLocation where = SourceLocation::current());
     [[nodiscard]] const std::string& Filter() const;
 
-    [[nodiscard]] bool Eof() const;
-    [[nodiscard]] bool Bof() const;
-    void MoveFirst();
-    void MoveLast();
-    void MoveNext();
+    [[nodiscard]] bool Eof(SourceLocation where = SourceLocation::current()) const;
+    [[nodiscard]] bool Bof(SourceLocation where = SourceLocation::current()) const;
+    void MoveFirst(SourceLocation where = SourceLocation::current());
+    void MoveLast(SourceLocation where = SourceLocation::current());
+    void MoveNext(SourceLocation where = SourceLocation::current());
     /// Rows that the filter lets through.
-    [[nodiscard]] std::int32_t RecordCount() const;
+    [[nodiscard]] std::int32_t RecordCount(SourceLocation where = SourceLocation::current()) const;
 
     [[nodiscard]] std::size_t FieldCount() const;
-    [[nodiscard]] const FieldDefinition& Field(std::size_t position) const;
+    [[nodiscard]] const FieldDefinition& Field(std::size_t position,
+                                               SourceLocation where = SourceLocation::current()) const;
 
     /// The column's value in the current row.
-    [[nodiscard]] Value Get(std::size_t position) const;
-    [[nodiscard]] Value Get(std::string_view name) const;
-    void Set(std::size_t position, const Value& value);
-    void Set(std::string_view name, const Value& value);
+    [[nodiscard]] Value Get(std::size_t position, SourceLocation where = SourceLocation::current()) const;
+    [[nodiscard]] Value Get(std::string_view name, SourceLocation where = SourceLocation::current()) const;
+    void Set(std::size_t position, const Value& value, SourceLocation where = SourceLocation::current());
+    void Set(std::string_view name, const Value& value, SourceLocation where = SourceLocation::current());
 
-    void AddNew();
-    void Update();
+    void AddNew(SourceLocation where = SourceLocation::current());
+    void Update(SourceLocation where = SourceLocation::current());
     /// Deletes the current row; the position stays on it until a move, and reads fail meanwhile.
-    void Delete();
+    void Delete(SourceLocation where = SourceLocation::current());
 
     /// For loaders of large tables: the committed rows of one column in order, without moving the current row.
     /// Reads cost no allocation. Row numbers count from 0 and ignore the filter.
@@ -98,8 +101,9 @@ public:
         /// The digests of the rows from `first` on. False when one of them is null, or the column is not stored so.
         [[nodiscard]] virtual bool Digests(std::size_t first, std::span<const std::uint8_t*> into) const = 0;
     };
-    [[nodiscard]] std::size_t RowCount() const;
-    [[nodiscard]] std::unique_ptr<Column> ReadColumn(std::size_t position) const;
+    [[nodiscard]] std::size_t RowCount(SourceLocation where = SourceLocation::current()) const;
+    [[nodiscard]] std::unique_ptr<Column> ReadColumn(std::size_t position,
+                                                     SourceLocation where = SourceLocation::current()) const;
 
 private:
     struct Impl;

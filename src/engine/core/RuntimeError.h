@@ -4,6 +4,7 @@
 #include <exception>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "core/SourceLocation.h"
 
@@ -57,6 +58,17 @@ private:
 /// Throws the run time's error with that number and its usual text; with `detail`, which names the file or column,
 /// the text is the usual one, ": " and the detail.
 [[noreturn]] void Raise(int number, std::string_view detail = {}, SourceLocation where = SourceLocation::current());
+
+/// Runs what a statement asks of the run time: collections, tables, conversions. A failure in there is the statement's
+/// own, so it carries the statement's line.
+template <class Operation>
+decltype(auto) AtStatement(const SourceLocation& where, Operation&& operation) {
+    try {
+        return std::forward<Operation>(operation)();
+    } catch (const RuntimeError& error) {
+        throw RuntimeError(error.Number(), error.Text(), where);
+    }
+}
 
 /// The usual text of an error number, "Application-defined or object-defined error" for an unknown one.
 std::string_view RuntimeErrorText(int number);

@@ -125,11 +125,11 @@ std::string NumberText(double number) {
 }
 
 template <class Whole>
-Whole Rounded(double number) {
+Whole Rounded(double number, const SourceLocation& where) {
     // nearbyint rounds halves to even, as the run time does.
     const double whole = std::nearbyint(number);
     if (!(whole >= std::numeric_limits<Whole>::min() && whole <= std::numeric_limits<Whole>::max())) {
-        Raise(ErrOverflow);
+        Raise(ErrOverflow, {}, where);
     }
     return static_cast<Whole>(whole);
 }
@@ -143,33 +143,36 @@ Overloaded(Cases...) -> Overloaded<Cases...>;
 
 }  // namespace
 
-std::string ToText(const Value& value) {
+std::string ToText(const Value& value, SourceLocation where) {
     return std::visit(
-        Overloaded{[](Empty) { return std::string(); }, [](Null) -> std::string { Raise(ErrInvalidUseOfNull); },
+        Overloaded{[](Empty) { return std::string(); },
+                   [&](Null) -> std::string { Raise(ErrInvalidUseOfNull, {}, where); },
                    [](bool flag) { return std::string(flag ? "True" : "False"); },
                    [](std::int32_t number) { return Text(number); }, [](double number) { return NumberText(number); },
                    [](Date date) { return DateText(date); }, [](const std::string& text) { return text; }},
         value);
 }
 
-double ToDouble(const Value& value) {
-    return std::visit(Overloaded{[](Empty) { return 0.0; }, [](Null) -> double { Raise(ErrInvalidUseOfNull); },
-                                 [](bool flag) { return flag ? -1.0 : 0.0; },
-                                 [](std::int32_t number) { return static_cast<double>(number); },
-                                 [](double number) { return number; }, [](Date date) { return date.days; },
-                                 [](const std::string& text) { return NumberReader(text).Read(); }},
-                      value);
+double ToDouble(const Value& value, SourceLocation where) {
+    return std::visit(
+        Overloaded{
+            [](Empty) { return 0.0; }, [&](Null) -> double { Raise(ErrInvalidUseOfNull, {}, where); },
+            [](bool flag) { return flag ? -1.0 : 0.0; },
+            [](std::int32_t number) { return static_cast<double>(number); }, [](double number) { return number; },
+            [](Date date) { return date.days; },
+            [&](const std::string& text) { return AtStatement(where, [&] { return NumberReader(text).Read(); }); }},
+        value);
 }
 
-std::int32_t ToLong(const Value& value) {
-    return Rounded<std::int32_t>(ToDouble(value));
+std::int32_t ToLong(const Value& value, SourceLocation where) {
+    return Rounded<std::int32_t>(ToDouble(value, where), where);
 }
 
-std::int16_t ToInteger(const Value& value) {
-    return Rounded<std::int16_t>(ToDouble(value));
+std::int16_t ToInteger(const Value& value, SourceLocation where) {
+    return Rounded<std::int16_t>(ToDouble(value, where), where);
 }
 
-bool ToBoolean(const Value& value) {
+bool ToBoolean(const Value& value, SourceLocation where) {
     if (const auto* text = std::get_if<std::string>(&value)) {
         if (EqualText(*text, "True") || EqualText(*text, "#TRUE#")) {
             return true;
@@ -178,16 +181,16 @@ bool ToBoolean(const Value& value) {
             return false;
         }
     }
-    return ToDouble(value) != 0.0;
+    return ToDouble(value, where) != 0.0;
 }
 
-Date ToDate(const Value& value) {
+Date ToDate(const Value& value, SourceLocation where) {
     if (const auto* text = std::get_if<std::string>(&value)) {
-        return ParseDate(*text);
+        return ParseDate(*text, where);
     }
-    const double days = ToDouble(value);
+    const double days = ToDouble(value, where);
     if (!IsDate(days)) {
-        Raise(ErrOverflow);
+        Raise(ErrOverflow, {}, where);
     }
     return Date{days};
 }
@@ -204,10 +207,10 @@ std::string ShortDateText(Date date) {
     return platform::Current().clock->ShortDateText(date);
 }
 
-Date ParseDate(const std::string& text) {
+Date ParseDate(const std::string& text, SourceLocation where) {
     const auto date = platform::Current().clock->ParseDate(text);
     if (!date) {
-        Raise(ErrTypeMismatch);
+        Raise(ErrTypeMismatch, {}, where);
     }
     return *date;
 }

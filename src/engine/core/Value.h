@@ -5,6 +5,7 @@
 #include <string>
 #include <variant>
 
+#include "core/SourceLocation.h"
 #include "platform/Clock.h"
 
 namespace kel {
@@ -29,13 +30,13 @@ using Value = std::variant<Empty, Null, bool, std::int32_t, double, Date, std::s
 }
 
 /// Conversions with the run time's rules: 94 for Null, 13 for text that is no number or Boolean, 6 when it does not
-/// fit.
-std::string ToText(const Value& value);
-std::int32_t ToLong(const Value& value);
-std::int16_t ToInteger(const Value& value);
-bool ToBoolean(const Value& value);
-double ToDouble(const Value& value);
-Date ToDate(const Value& value);
+/// fit, each with the caller's line.
+std::string ToText(const Value& value, SourceLocation where = SourceLocation::current());
+std::int32_t ToLong(const Value& value, SourceLocation where = SourceLocation::current());
+std::int16_t ToInteger(const Value& value, SourceLocation where = SourceLocation::current());
+bool ToBoolean(const Value& value, SourceLocation where = SourceLocation::current());
+double ToDouble(const Value& value, SourceLocation where = SourceLocation::current());
+Date ToDate(const Value& value, SourceLocation where = SourceLocation::current());
 
 /// Whether a number of days is within the dates that can be held: the years 100 to 9999.
 bool IsDate(double days);
@@ -43,6 +44,6 @@ bool IsDate(double days);
 /// A date by the platform's locale, and back. ParseDate raises 13 for text that is none.
 std::string DateText(Date date);
 std::string ShortDateText(Date date);
-Date ParseDate(const std::string& text);
+Date ParseDate(const std::string& text, SourceLocation where = SourceLocation::current());
 
 }  // namespace kel

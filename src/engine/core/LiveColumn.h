@@ -1,0 +1,18 @@
+// A column of a table as loaders read it: without the rows that are deleted.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+#include "core/RecordColumn.h"
+#include "core/Recordset.h"
+
+namespace kel {
+
+/// @param column must outlive the result
+/// @param rows the rows that are not deleted, in ascending order; empty when none is deleted
+[[nodiscard]] std::unique_ptr<Recordset::Column> MakeLiveColumn(const RecordColumn& column,
+                                                                std::vector<std::uint32_t> rows);
+
+}  // namespace kel
