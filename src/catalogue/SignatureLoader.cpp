@@ -103,8 +103,9 @@ public:
         }
         table_.texts_.Reserve(table_.texts_.Count() + count_);
         for (std::size_t row = 0; row < count_; ++row) {
-            const std::string_view key = Key(row);
-            table_.Add(key, At(row));
+            // The numbers first: of a row with several faults, theirs is the one that is reported.
+            const Signature signature = At(row);
+            table_.Add(Key(row), signature);
         }
     }
 

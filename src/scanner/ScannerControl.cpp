@@ -137,20 +137,26 @@ bool Scanner::RunScanEasy() {
         if (SharedByScanners().suspendActive) {
             later::SuspendActiveThreats();
         }
+        // A call that the yield behind a stage lets in may end the scan there.
         if (DoScanProcesses) {
             later::ScanProcesses(OptScanProcessesDeep);
+            DoEvents();
         }
         if (DoMostCommon && !ScanAbortFlag()) {
             ScanMostCommon();
+            DoEvents();
         }
         if (DoDriveScan && !ScanAbortFlag()) {
             ScanDriveOrFolder();
+            DoEvents();
         }
         if (DoScanRegistry && !ScanAbortFlag()) {
             later::ScanRegistry();
+            DoEvents();
         }
         if (DoScanCookies && !ScanAbortFlag()) {
             later::ScanCookies();
+            DoEvents();
         }
         SetScanComplete();
         SharedByScanners().threatsToClean = RequireCurrentScan()->DetectedThreats();

@@ -192,6 +192,14 @@ TEST_F(ScanData, ALevelOfMoreThanSixteenBitsEndsTheLoad) {
     EXPECT_EQ(State().MD5DataTable->Count(), 1U);
 }
 
+TEST_F(ScanData, OfARowWithSeveralFaultsTheLevelIsReported) {
+    auto fields = KeyedFields();
+    fields[2].type = FieldType::Integer;
+    WriteShipped(shipped::FileMD5, fields, {{Null{}, Null{}, 32768}});
+    modMain::InitializeScanData();
+    EXPECT_EQ(ReportedNumbers(), std::vector<std::string>{"6"});
+}
+
 TEST_F(ScanData, NumbersMayBeTexts) {
     auto fields = KeyedFields();
     fields[0] = {"ThreatID", FieldType::VarChar, 20};

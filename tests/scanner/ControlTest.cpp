@@ -1,5 +1,6 @@
 #include <gmock/gmock.h>
 
+#include "CountingLoop.h"
 #include "ScannerPeer.h"
 #include "core/Recordset.h"
 #include "decorators/ForwardingSystem.h"
@@ -189,6 +190,25 @@ TEST_F(Control, AnAbortInTheRunGivesFalseAndACompleteRecord) {
     EXPECT_GT(scanner.Scan()->EndDate.days, 0);
     EXPECT_THAT(started, SizeIs(1));
     EXPECT_THAT(aborted, ElementsAre("enough"));
+}
+
+TEST_F(Control, ACallThatComesInBehindAStageEndsTheRunThere) {
+    Begin();
+    WriteFile(Folder() + "1.txt", "x");
+    scanner.AddScanDriveAndPath(Folder());
+    scanner.DoScanProcesses = true;
+    scanner.DoDriveScan = true;
+    CountingLoop loop;
+    loop.call = [this] { scanner.AbortScan("from outside"); };
+    platform::Platform machine = Machine();
+    machine.loop = &loop;
+    Install(machine);
+    EXPECT_FALSE(scanner.RunScanEasy());
+    Install(Machine());
+    EXPECT_EQ(loop.turns, 1);
+    EXPECT_THAT(started, IsEmpty());
+    EXPECT_THAT(aborted, ElementsAre("from outside"));
+    EXPECT_EQ(scanner.ScannerState(), ScannerStateComplete);
 }
 
 TEST_F(Control, ARunGivesItsDetectionsToTheCleaner) {

@@ -119,6 +119,19 @@ TEST_F(Identification, AnyOtherDepthTestsNothing) {
     EXPECT_EQ(scanner.IsFileThreat(path, "", static_cast<enScanDepth>(4)), 0);
 }
 
+TEST_F(Identification, AHashThatTheCallerNamesIsNotUsed) {
+    const std::string good = File("good.bin", Bytes(1000, 'g'));
+    EXPECT_EQ(scanner.IsFileThreat(good, "", scanmedium, HashOf(Bytes(1000, 'a'))), 0);
+    const std::string bad = File("bad.bin", Bytes(1000, 'a'));
+    EXPECT_EQ(scanner.IsFileThreat(bad, "", scanmedium, HashOf(Bytes(1000, 'g'))), 1);
+}
+
+TEST_F(Identification, NeitherTheExtensionFilterNorTheSkippingOfCommonFilesMatters) {
+    State().FileExtensionFilter = "*.exe;";
+    scanner.DoSkipCommonFiles = true;
+    EXPECT_EQ(Deep(File("bad.xyz", Bytes(1000, 'a'))), 1);
+}
+
 TEST_F(Identification, BlanksAroundAPathAreTrimmed) {
     const std::string path = File("known.exe", "x");
     EXPECT_EQ(Deep("  " + path + " "), 3);

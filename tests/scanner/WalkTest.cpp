@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "CountingLoop.h"
 #include "ScannerPeer.h"
 #include "core/Text.h"
 #include "decorators/ForwardingFiles.h"
@@ -27,10 +28,14 @@ public:
     std::vector<std::string> listed;
     bool noDrives = false;
     std::string shortName;  ///< of every file, when not empty
+    std::string locked;     ///< a folder of this name can't be listed, when not empty
 
     platform::Result<std::unique_ptr<platform::Find>> FindFirst(std::string_view pattern,
                                                                 platform::FindData& first) override {
         listed.emplace_back(pattern);
+        if (!locked.empty() && pattern.find("\\" + locked + "\\") != std::string_view::npos) {
+            return platform::SysError::AccessDenied;
+        }
         auto find = Inner().FindFirst(pattern, first);
         if (!find || shortName.empty()) {
             return find;
@@ -163,6 +168,62 @@ TEST_F(Walk, SeveralStartsAreWalkedInTheirOrder) {
     EXPECT_TRUE(scanner.ScanDriveOrFolder());
     EXPECT_THAT(StartedLocations(), ElementsAre(b, a));
     EXPECT_THAT(Reported(), IsEmpty());
+}
+
+TEST_F(Walk, AFolderThatCanNotBeReadEndsItsOwnLevelOnly) {
+    const std::string before = File("a\\1.txt");
+    File("locked\\2.txt");
+    const std::string behind = File("z\\3.txt");
+    files.locked = "locked";
+    EXPECT_TRUE(WalkTop());
+    EXPECT_THAT(StartedLocations(), UnorderedElementsAre(before, behind));
+    EXPECT_THAT(files.listed, Contains(Top() + "locked\\*.*"));
+    EXPECT_THAT(Reported(), IsEmpty());
+}
+
+class YieldingWalk : public Walk {
+protected:
+    void SetUp() override {
+        Walk::SetUp();
+        platform::Platform machine = Machine();
+        machine.files = &files;
+        machine.loop = &loop;
+        Install(machine);
+    }
+    CountingLoop loop;
+};
+
+TEST_F(YieldingWalk, YieldsAfterEachTestedFileAndAfterEachEntry) {
+    File("1.txt");
+    File("2.txt");
+    File("sub\\3.txt");
+    WalkTop();
+    constexpr int DotEntries = 2;
+    // The top: two files tested, three entries entered or passed over. The subfolder: one and one.
+    EXPECT_EQ(loop.turns, 2 + (DotEntries + 3) + 1 + (DotEntries + 1));
+}
+
+TEST_F(YieldingWalk, ACallThatComesInMayEndTheWalk) {
+    for (const char* name : {"1.txt", "2.txt", "sub\\3.txt"}) {
+        File(name);
+    }
+    loop.call = [this] { scanner.AbortScan("enough"); };
+    EXPECT_TRUE(WalkTop());
+    EXPECT_THAT(started, SizeIs(1));
+    EXPECT_THAT(aborted, ElementsAre("enough"));
+}
+
+TEST_F(YieldingWalk, AFolderScanYieldsAfterEachItem) {
+    for (const char* name : {"1.txt", "2.txt", "3.txt"}) {
+        File(name);
+    }
+    loop.call = [this] {
+        if (started.size() == 2) {
+            scanner.AbortScan("enough");
+        }
+    };
+    scanner.ScanFolder(Top(), true, false);
+    EXPECT_THAT(started, SizeIs(2));
 }
 
 TEST_F(Walk, NothingToWalkGivesTrueWithoutEvents) {
