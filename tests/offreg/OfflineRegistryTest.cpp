@@ -243,6 +243,29 @@ TEST_F(OfflineRegistryTest, TextIsStoredAsItIsGiven) {
     EXPECT_EQ(machine_->FindValue(id, u"with")->data, BytesFromUnits(std::u16string(u"a\0", 2)));
 }
 
+// A name of 255 letters of three bytes each fills no buffer of 512 characters.
+TEST_F(OfflineRegistryTest, RoomIsCountedInCharacters) {
+    std::string name;
+    for (int letter = 0; letter < 255; ++letter) {
+        name += "\xE4\xB8\xAD";
+    }
+    ASSERT_TRUE(registry_.Create(HiveLocalMachine, "Software\\T\\" + name).Ok());
+    const auto key = Open(HiveLocalMachine, "Software\\T");
+    EXPECT_EQ(key->EnumKey(1, 256).ValueOr(""), name);
+    EXPECT_EQ(key->EnumKey(1, 255).Error(), SysError::MoreData);
+
+    ASSERT_EQ(key->Set(name, ValueType::Sz, name), SysError::Success);
+    EXPECT_EQ(key->EnumValue(0, 256, 256)->name, name);
+    EXPECT_EQ(key->EnumValue(0, 255, 256).Error(), SysError::MoreData);
+    EXPECT_EQ(key->EnumValue(0, 256, 255).Error(), SysError::MoreData);
+    EXPECT_EQ(key->Query(name, 256)->data, name + '\0');
+    EXPECT_EQ(key->Query(name, 255).Error(), SysError::MoreData);
+
+    ASSERT_EQ(key->Set("raw", ValueType::Binary, name), SysError::Success);
+    EXPECT_EQ(key->Query("raw", 764).Error(), SysError::MoreData);
+    EXPECT_EQ(key->Query("raw", 765)->data, name);
+}
+
 TEST(RegistryDataTest, AMissingTerminatorIsAddedWhereThereIsText) {
     const auto ansi = [](std::uint32_t type, std::u16string_view units) {
         return ToAnsi({u"", type, BytesFromUnits(units)}).data;

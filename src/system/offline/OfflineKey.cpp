@@ -22,6 +22,17 @@ constexpr std::uint32_t RightSet = 2;
 constexpr std::uint32_t RightEnumerate = 8;
 constexpr std::uint32_t GenericRights = 0xF0000000U;
 
+// What a value takes up in a caller's buffer. Text counts by characters, as it does in a code page of single bytes:
+// what its UTF-8 form takes more must not hide it.
+std::size_t NeededRoom(const TreeValue& stored, const RegistryValue& value) {
+    if (!IsTextType(value.type)) {
+        return value.data.size();
+    }
+    const std::u16string units = UnitsFromBytes(stored.data);
+    const bool added = !units.empty() && units.back() != u'\0';
+    return units.size() + (added ? 1 : 0);
+}
+
 struct LessName {
     bool operator()(const std::u16string& left, const std::u16string& right) const {
         return CompareNames(left, right) < 0;
@@ -77,7 +88,7 @@ Result<RegistryValue> OfflineKey::Query(std::string_view name, std::size_t capac
             continue;
         }
         RegistryValue value = ToAnsi(*stored);
-        if (value.data.size() > capacity) {
+        if (NeededRoom(*stored, value) > capacity) {
             return SysError::MoreData;
         }
         return value;
@@ -170,11 +181,10 @@ Result<std::string> OfflineKey::EnumKey(std::uint32_t index, std::size_t capacit
         }
         name = place.tree->KeyName(key);
     }
-    std::string text = ToWtf8(name);
-    if (text.size() >= capacity) {
+    if (name.size() >= capacity) {
         return SysError::MoreData;
     }
-    return text;
+    return ToWtf8(name);
 }
 
 Result<TreeValue> OfflineKey::ValueAt(std::uint32_t index) {
@@ -202,7 +212,7 @@ Result<NamedRegistryValue> OfflineKey::EnumValue(std::uint32_t index, std::size_
         return stored.Error();
     }
     NamedRegistryValue named{ToWtf8(stored->name), ToAnsi(*stored)};
-    if (named.name.size() >= nameCapacity || named.value.data.size() > dataCapacity) {
+    if (stored->name.size() >= nameCapacity || NeededRoom(*stored, named.value) > dataCapacity) {
         return SysError::MoreData;
     }
     return named;
