@@ -6,6 +6,7 @@
 
 #include "core/Failures.h"
 #include "core/Text.h"
+#include "platform/Platform.h"
 
 namespace kel::modHelper {
 
@@ -39,7 +40,7 @@ constexpr std::array DataTypes{
 
 constexpr std::size_t LongestEmptyKey = 5;
 constexpr std::size_t ShortestCommand = 5;
-// What is kept behind the last dot of a command line: an extension of four, or one of three and a blank.
+// Characters kept behind the last dot of a command line: an extension of four, or one of three and a blank.
 constexpr std::size_t ExtensionLength = 4;
 
 struct TimePart {
@@ -166,7 +167,9 @@ std::string GetFilePathFromPathWithCommand(std::string_view commandLine) {
         if (dot == std::string::npos) {
             return;
         }
-        result = Trim(Left(path, dot + 1 + ExtensionLength));
+        const std::size_t kept =
+            platform::Current().text->Prefix(std::string_view(path).substr(dot + 1), ExtensionLength);
+        result = Trim(Left(path, dot + 1 + kept));
     });
 }
 

@@ -285,6 +285,10 @@ bool DeleteRegistryKeyTree(Hive hive, std::string_view key) {
     bool result = false;
     ResumeNext([&] {
         const std::string bare(key.ends_with('\\') ? key.substr(0, key.size() - 1) : key);
+        // An empty path is the hive itself, which no caller means: it is what is left of a path that was too short.
+        if (bare.empty()) {
+            return;
+        }
         DeleteSubKeys(hive, bare);
         const std::size_t separator = bare.rfind('\\');
         if (separator == std::string::npos) {

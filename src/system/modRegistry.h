@@ -45,7 +45,7 @@ bool CreateRegistryKey(Hive hive, std::string_view key);
 /// Deletes a key without subkeys.
 bool DeleteRegistryKey(Hive hive, std::string_view key);
 /// Deletes a key with all that is below it. True when its parent could be opened; a key directly below the hive is
-/// deleted and gives false.
+/// deleted and gives false. An empty path deletes nothing.
 bool DeleteRegistryKeyTree(Hive hive, std::string_view key);
 bool DeleteRegistryValue(Hive hive, std::string_view key, std::string_view name);
 

@@ -4,6 +4,7 @@
 
 #include "Fakes.h"
 #include "support/EngineTest.h"
+#include "support/ProgramFile.h"
 
 namespace kel {
 namespace {
@@ -121,6 +122,38 @@ TEST_F(FileInfo, VersionWordsAreSignedNumbers) {
     EXPECT_EQ(modFileInfoAPI::CalcVersion(0x8000ffff), "-32768.-1");
     EXPECT_EQ(modFileInfoAPI::CalcVersion(0x7fff8001), " 32767.-32767");
 }
+
+// Through the platform, from files of all kinds.
+class ProgramInfo : public test::EngineTest, public ::testing::WithParamInterface<test::ProgramKind> {
+protected:
+    FileVersionInfo Read(const test::VersionRecord& record) {
+        WriteFile(Folder() + "x.dll", test::MakeProgram(GetParam(), record));
+        FileVersionInfo info;
+        modFileInfoAPI::GetFileVersionInfoStrings(Folder() + "x.dll", info);
+        return info;
+    }
+};
+
+TEST_P(ProgramInfo, IsReadInItsOnlyLanguage) {
+    const FileVersionInfo info = Read(
+        {.tables = {{0x0407, 0x04E4, {{"CompanyName", "Hersteller"}, {"LegalCopyright", ""}}}}, .translations = {}});
+    EXPECT_EQ(info.Status, "Fixed version information exists in this file ");
+    EXPECT_EQ(info.CompanyName, "Hersteller");
+    EXPECT_EQ(info.LegalCopyright, "None");
+    EXPECT_EQ(info.InternalName, "Unavailable");
+    EXPECT_EQ(info.FileVersionNumber, " 1.2. 3.4");
+    EXPECT_EQ(info.FileType, "Application");
+}
+
+TEST_P(ProgramInfo, FallsBackToEnglishWhereItsLanguageHasNoTable) {
+    EXPECT_EQ(Read({.tables = {{0x0409, 0x04E4, {{"CompanyName", "Makers"}}}}, .translations = {{0x0407, 0x04B0}}})
+                  .CompanyName,
+              "Makers");
+}
+
+INSTANTIATE_TEST_SUITE_P(All, ProgramInfo,
+                         ::testing::Values(test::ProgramKind::Pe32, test::ProgramKind::Pe32Plus,
+                                           test::ProgramKind::Ne));
 
 TEST_F(FileInfo, TheEnglishTranslationIsPreferred) {
     test::FakeVersionBlock block;

@@ -89,6 +89,11 @@ TEST_F(Helper, ACommandLineThatIsShortOrHasNoDotGivesNothing) {
     EXPECT_TRUE(Reported().empty());
 }
 
+TEST_F(Helper, ACommandLineIsCutBetweenCharacters) {
+    const std::string letter = Machine().text->FromUtf8("\xc3\xa9");
+    EXPECT_EQ(modHelper::GetFilePathFromPathWithCommand("c:\\x.exe" + letter + letter), "c:\\x.exe" + letter);
+}
+
 struct Duration {
     double days;
     const char* text;

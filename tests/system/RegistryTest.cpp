@@ -210,6 +210,18 @@ TEST_F(Registry, ATreeDirectlyBelowTheHiveIsDeletedAndFalse) {
     EXPECT_FALSE(HasKey("KelTestTop"));
 }
 
+TEST_F(Registry, AnEmptyPathIsNoTreeToDelete) {
+    test::RedirectedRegistry redirected(*Machine().registry, Key());
+    auto machine = Machine();
+    machine.registry = &redirected;
+    Install(machine);
+    ASSERT_TRUE(modRegistry::CreateRegistryKey(User, "a\\b"));
+    for (const char* path : {"", "\\"}) {
+        EXPECT_FALSE(modRegistry::DeleteRegistryKeyTree(User, path));
+        EXPECT_TRUE(modRegistry::RegKeyExists(User, "a\\b")) << path;
+    }
+}
+
 TEST_F(Registry, ValuesAreDeleted) {
     Store("v", ValueType::Sz, "x\0"s);
     EXPECT_TRUE(modRegistry::DeleteRegistryValue(User, Key(), "v"));
