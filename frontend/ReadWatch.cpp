@@ -12,6 +12,36 @@ bool IsAbsence(SysError error) {
     return error == SysError::FileNotFound || error == SysError::PathNotFound || error == SysError::NoMoreFiles;
 }
 
+// What a pattern looks for entries of: its folder, or the one path that it names.
+std::string Searched(std::string_view pattern) {
+    const std::size_t end = pattern.rfind('\\');
+    if (end == std::string_view::npos || pattern.find_first_of("*?", end) == std::string_view::npos) {
+        return std::string(pattern);
+    }
+    const bool root = end > 0 && pattern[end - 1] == ':';
+    return std::string(pattern.substr(0, root ? end + 1 : end));
+}
+
+// A listing whose breaking off is noticed.
+class WatchedFind : public platform::Find {
+public:
+    WatchedFind(std::unique_ptr<platform::Find> inner, std::string folder, const ReadWatch::Report& report)
+        : inner_(std::move(inner)), folder_(std::move(folder)), report_(report) {}
+
+    SysError Next(platform::FindData& entry) override {
+        const SysError error = inner_->Next(entry);
+        if (error != SysError::Success && !IsAbsence(error)) {
+            report_(folder_, error);
+        }
+        return error;
+    }
+
+private:
+    std::unique_ptr<platform::Find> inner_;
+    std::string folder_;
+    const ReadWatch::Report& report_;
+};
+
 // A file whose reads are noticed too.
 class WatchedFile : public decorators::ForwardingOpenFile {
 public:
@@ -41,9 +71,11 @@ platform::Result<std::unique_ptr<platform::Find>> ReadWatch::FindFirst(std::stri
                                                                        platform::FindData& first) {
     auto found = Inner().FindFirst(pattern, first);
     if (!found) {
-        Note(pattern, found.Error());
+        Note(Searched(pattern), found.Error());
+        return found;
     }
-    return found;
+    return std::unique_ptr<platform::Find>(
+        std::make_unique<WatchedFind>(std::move(found).Value(), Searched(pattern), unreadable_));
 }
 
 platform::Result<std::unique_ptr<platform::OpenFile>> ReadWatch::Open(std::string_view path, platform::OpenMode mode) {
