@@ -300,7 +300,7 @@ public:
 private:
     static bool Refuses(std::string_view path) { return path.find('?') != std::string_view::npos; }
     static void Spoil(platform::FindData& entry) {
-        if (entry.name == "BADNAM~1.BIN") {
+        if (entry.name == "BADNAM~1.BIN" || entry.name == "BAD~1.BIN") {
             entry.alternateName = entry.name;
             entry.name = "bad name ?.bin";
         }
@@ -328,6 +328,20 @@ TEST_F(Walk, AFileWhoseLongNameFailsIsRecordedUnderItsShortName) {
     WalkTop();
     EXPECT_THAT(StartedLocations(), ElementsAre(Top() + "bad name ?.bin"));
     EXPECT_THAT(FilesOf(1), ElementsAre(Top() + "BADNAM~1.BIN"));
+    EXPECT_EQ(scanner.Scan()->DetectedThreats()->Item(1)->ThreatLocationFiles->Item(1)->MD5, HashOf(Bytes(1000, 'a')));
+    EXPECT_THAT(Reported(), IsEmpty());
+    Install(Machine());
+}
+
+TEST_F(Walk, AShortNameThatDoesNotFillItsFieldIsRecordedWithTheCodesBehindIt) {
+    using namespace std::string_literals;
+    File("BAD~1.BIN", Bytes(1000, 'a'));
+    platform::Platform machine = Machine();
+    UnspeakableName unspeakable(*machine.files);
+    machine.files = &unspeakable;
+    Install(machine);
+    WalkTop();
+    EXPECT_THAT(FilesOf(1), ElementsAre(Top() + "BAD~1.BIN\0\0"s));
     EXPECT_EQ(scanner.Scan()->DetectedThreats()->Item(1)->ThreatLocationFiles->Item(1)->MD5, HashOf(Bytes(1000, 'a')));
     EXPECT_THAT(Reported(), IsEmpty());
     Install(Machine());
