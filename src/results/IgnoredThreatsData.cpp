@@ -32,8 +32,8 @@ std::string FilePath() {
     return State().UserDataFolder + "\\" + IgnoredThreatsFile;
 }
 
-std::unique_ptr<OpenFile> OpenBinary(const std::string& path) {
-    auto file = platform::Current().files->Open(path, OpenMode::ReadWrite);
+std::unique_ptr<OpenFile> OpenBinary(const std::string& path, OpenMode mode) {
+    auto file = platform::Current().files->Open(path, mode);
     if (!file) {
         paths::RaiseFileError(file.Error(), path);
     }
@@ -75,10 +75,10 @@ bool InitializeIgnoredThreatsData() {
         if (paths::FileExists(path)) {
             const auto list = std::make_shared<Collection<std::int32_t>>();
             State().IgnoredThreatIDs = list;
-            ReadNumbers(*OpenBinary(path), path, *list);
+            ReadNumbers(*OpenBinary(path, OpenMode::Read), path, *list);
         } else {
             State().IgnoredThreatIDs.reset();
-            OpenBinary(path);
+            OpenBinary(path, OpenMode::ReadWrite);
         }
     });
     return true;
@@ -92,7 +92,7 @@ void PersistIgnoredThreatsData() {
                 paths::RaiseFileError(error, path);
             }
         }
-        const auto file = OpenBinary(path);
+        const auto file = OpenBinary(path, OpenMode::ReadWrite);
         if (!State().IgnoredThreatIDs) {
             Raise(ErrObjectNotSet);
         }

@@ -195,6 +195,19 @@ TEST_F(Ignored, AFileThatCannotBeOpenedIsReportedAndTheResultStaysTrue) {
     EXPECT_EQ(Reported()[0].procedure, "InitializeIgnoredThreatsData");
 }
 
+TEST_F(Ignored, AListThatMayNotBeWrittenIsLoaded) {
+    WriteFile(Path(), "\x64\0\0\0"s);
+    ASSERT_EQ(Machine().files->SetAttributes(Path(), platform::AttributeReadOnly), platform::SysError::Success);
+    modDataManager::InitializeIgnoredThreatsData();
+    EXPECT_THAT(Reported(), IsEmpty());
+    EXPECT_TRUE(ignored.IsIgnoredThreatID(100));
+    ignored.AddIgnoredThreat(101);
+    ASSERT_THAT(Reported(), SizeIs(1));
+    EXPECT_EQ(Reported()[0].procedure, "PersistIgnoredThreatsData");
+    EXPECT_TRUE(ignored.IsIgnoredThreatID(101)) << "the list in memory goes on";
+    Machine().files->SetAttributes(Path(), platform::AttributeNormal);
+}
+
 TEST_F(Ignored, AFailedWriteIsReportedAndTheListStaysRight) {
     HaveEmptyFile();
     ignored.AddIgnoredThreat(1);
