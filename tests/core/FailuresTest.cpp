@@ -9,6 +9,7 @@
 #include "core/Recordset.h"
 #include "core/Value.h"
 #include "decorators/FaultInjectingPlatform.h"
+#include "decorators/ForwardingFiles.h"
 #include "support/EngineTest.h"
 
 namespace kel {
@@ -103,15 +104,34 @@ TEST_F(ErrorChannel, TheUserDataFolderGetsItsBackslash) {
     EXPECT_TRUE(Exists(Folder() + "other\\logs\\errors.log"));
 }
 
+// Notes where something is to be made, and makes nothing: a real machine's drive stays as it is.
+class NotingFiles : public decorators::ForwardingFiles {
+public:
+    using ForwardingFiles::ForwardingFiles;
+    std::vector<std::string> made;
+
+    platform::SysError MakeFolder(std::string_view path) override {
+        made.emplace_back(path);
+        return platform::SysError::AccessDenied;
+    }
+    platform::Result<std::unique_ptr<platform::OpenFile>> Open(std::string_view path,
+                                                               platform::OpenMode /*mode*/) override {
+        made.emplace_back(path);
+        return platform::SysError::AccessDenied;
+    }
+};
+
 TEST_F(ErrorChannel, WithoutAUserDataFolderTheLogGoesToTheRootOfTheDrive) {
     State().UserDataFolder = "";
     platform::Platform platform = platform::Current();
-    FaultInjectingPlatform faults(platform);
-    // Nothing is to be left on a real machine's drive.
-    faults.FailWritesFrom(1, platform::SysError::AccessDenied);
-    Install(faults.View());
+    NotingFiles files(*platform.files);
+    platform.files = &files;
+    Install(platform);
     ReportError("a", "5", "m", "p");
+    Install(Machine());
     EXPECT_EQ(State().UserDataFolder, "\\");
+    ASSERT_FALSE(files.made.empty());
+    EXPECT_EQ(files.made.back(), "\\logs\\errors.log");
 }
 
 TEST_F(ErrorChannel, AFailureToReportReachesNobodyAndLosesOnlyTheLine) {
