@@ -92,6 +92,10 @@ private:
             at_ = std::min(static_cast<std::size_t>(position), bytes_.size());
             return platform::SysError::Success;
         }
+        platform::SysError SetEnd() override {
+            bytes_.resize(at_);
+            return platform::SysError::Success;
+        }
         platform::Result<std::uint64_t> Size() override { return std::uint64_t{bytes_.size()}; }
         platform::SysError Flush() override { return platform::SysError::Success; }
 

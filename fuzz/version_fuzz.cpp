@@ -28,6 +28,7 @@ public:
         position_ = position;
         return kel::platform::SysError::Success;
     }
+    kel::platform::SysError SetEnd() override { return kel::platform::SysError::AccessDenied; }
     kel::platform::Result<std::uint64_t> Size() override { return std::uint64_t{bytes_.size()}; }
     kel::platform::SysError Flush() override { return kel::platform::SysError::Success; }
 

@@ -1,7 +1,6 @@
 // Moving with the quarantine's mark, and deletion at the next start of the system.
-#include <algorithm>
-#include <cstddef>
-#include <memory>
+#include <array>
+#include <cstdint>
 #include <optional>
 #include <span>
 #include <string>
@@ -24,8 +23,6 @@ using platform::SysError;
 constexpr std::string_view Module = "modFiles";
 constexpr std::string_view Mark = "6635";
 constexpr std::string_view MarkLine = "6635\r\n";
-
-constexpr std::size_t CopyBlock = std::size_t{1} << 20;
 
 platform::Files& Files() {
     return *platform::Current().files;
@@ -59,68 +56,46 @@ void AppendMark(std::string_view path) {
     }
 }
 
-bool EndsInMark(std::span<const std::byte> bytes) {
-    if (bytes.size() < MarkLine.size()) {
-        return false;
-    }
-    const auto end = bytes.last(MarkLine.size());
-    return std::equal(Mark.begin(), Mark.end(), end.begin(),
-                      [](char sought, std::byte stored) { return static_cast<std::byte>(sought) == stored; });
-}
-
-SysError WriteAll(std::span<const std::byte> bytes, const std::string& path) {
-    auto file = Files().Open(path, platform::OpenMode::CreateNew);
+// Where the mark begins; nothing when the file has none. Only the mark counts, not the line end behind it.
+std::optional<std::uint64_t> PlaceOfMark(const std::string& path) {
+    auto file = Files().Open(path, platform::OpenMode::Read);
     if (!file) {
-        return file.Error();
+        paths::RaiseFileError(file.Error(), path);
     }
-    while (!bytes.empty()) {
-        const auto block = bytes.first(std::min(bytes.size(), CopyBlock));
-        if (const SysError error = (*file)->Write(block); error != SysError::Success) {
-            return error;
-        }
-        bytes = bytes.subspan(block.size());
+    const std::uint64_t size = (*file)->Size().ValueOr(0);
+    if (size < MarkLine.size()) {
+        return std::nullopt;
     }
-    return (*file)->Flush();
-}
-
-// A name that nothing in the file's folder has; short, so that it fits wherever the file's own name does.
-std::string FreeNameBeside(std::string_view path) {
-    const std::size_t folderEnd = path.rfind('\\');
-    std::string name(path.substr(0, folderEnd == std::string_view::npos ? 0 : folderEnd + 1));
-    name += Mark;
-    while (FileExists(name)) {
-        name += '_';
+    const std::uint64_t place = size - MarkLine.size();
+    std::array<char, Mark.size()> found{};
+    SysError error = (*file)->Seek(place);
+    if (error == SysError::Success) {
+        error = (*file)->Read(std::as_writable_bytes(std::span(found))).Error();
     }
-    return name;
-}
-
-// Takes the mark off. The file is written again beside the old one, which goes only when the new one is complete: this
-// may be the only copy of what a user wants back.
-void RemoveMark(const std::string& path) {
-    const std::string unmarked = FreeNameBeside(path);
-    {
-        auto view = Files().View(path);
-        if (!view) {
-            paths::RaiseFileError(view.Error(), path);
-        }
-        const auto bytes = (*view)->Bytes();
-        if (!EndsInMark(bytes)) {
-            return;
-        }
-        if (const SysError error = WriteAll(bytes.first(bytes.size() - MarkLine.size()), unmarked);
-            error != SysError::Success) {
-            if (error != SysError::FileExists) {
-                Files().Remove(unmarked);
-            }
-            paths::RaiseFileError(error, unmarked);
-        }
-    }
-    SysError error = Files().Remove(path);
     if (error != SysError::Success) {
-        Files().Remove(unmarked);
         paths::RaiseFileError(error, path);
     }
-    error = Files().Rename(unmarked, path);
+    return std::string_view(found.data(), found.size()) == Mark ? std::optional(place) : std::nullopt;
+}
+
+// Takes the mark off by cutting the file where it begins. What else belongs to the file (its owner, its rights, its
+// short name) stays, and nothing can be lost on the way: this may be the only copy of what a user wants back.
+void RemoveMark(const std::string& path) {
+    const auto place = PlaceOfMark(path);
+    if (!place) {
+        return;
+    }
+    auto file = Files().Open(path, platform::OpenMode::ReadWrite);
+    SysError error = file.Error();
+    if (error == SysError::Success) {
+        error = (*file)->Seek(*place);
+    }
+    if (error == SysError::Success) {
+        error = (*file)->SetEnd();
+    }
+    if (error == SysError::Success) {
+        error = (*file)->Flush();
+    }
     if (error != SysError::Success) {
         paths::RaiseFileError(error, path);
     }

@@ -184,6 +184,8 @@ TEST_F(Faults, WritesToOpenFilesAndKeysCountToo) {
     faults_.FailWritesFrom(2, SysError::WriteProtect);
     EXPECT_EQ(Put(**file, "first"), SysError::Success);
     EXPECT_EQ(Put(**file, "second"), SysError::WriteProtect);
+    EXPECT_EQ((*file)->Seek(0), SysError::Success);
+    EXPECT_EQ((*file)->SetEnd(), SysError::WriteProtect);
     EXPECT_EQ((*key)->Set("v", platform::ValueType::Sz, "x"), SysError::WriteProtect);
     EXPECT_EQ((*key)->RemoveValue("v"), SysError::WriteProtect);
     EXPECT_EQ((*key)->RemoveKey("k"), SysError::WriteProtect);

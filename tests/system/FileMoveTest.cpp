@@ -123,25 +123,40 @@ TEST_F(FileMove, AFailedMarkIsNoFailedMove) {
     EXPECT_TRUE(Reported().empty());
 }
 
-TEST_F(FileMove, AFullDiskLeavesTheMarkedFileWhole) {
+TEST_F(FileMove, AMarkThatCannotBeTakenOffStaysAndIsReported) {
     WriteFile(From(), "precious6635\r\n");
     decorators::FaultInjectingPlatform faults(Machine());
-    faults.DiskFullAfter(3);
+    // Behind the attributes, the move and the opening.
+    faults.FailWritesFrom(4, SysError::IoFailed);
     Install(faults.View());
     EXPECT_EQ(modFiles::FileMove(From(), To(), modFiles::MoveAndUnmark), modFiles::Done);
     EXPECT_EQ(ReadFile(To()), "precious6635\r\n");
-    EXPECT_FALSE(Exists(Folder() + "6635"));
     ASSERT_EQ(Reported().size(), 1U);
+    EXPECT_EQ(Reported()[0].module, "modFiles");
     EXPECT_EQ(Reported()[0].procedure, "FileMove");
 }
 
-TEST_F(FileMove, UnmarkingLeavesTheFilesBesideIt) {
+TEST_F(FileMove, AMarkedFileThatCannotBeReadStaysAndIsReported) {
+    WriteFile(From(), "precious6635\r\n");
+    decorators::FaultInjectingPlatform faults(Machine());
+    faults.FailReads(To(), SysError::IoFailed);
+    Install(faults.View());
+    EXPECT_EQ(modFiles::FileMove(From(), To(), modFiles::MoveAndUnmark), modFiles::Done);
+    EXPECT_EQ(ReadFile(To()), "precious6635\r\n");
+    ASSERT_EQ(Reported().size(), 1U);
+    EXPECT_EQ(Reported()[0].number, "57");
+}
+
+// A file that is written anew would lose what else belongs to it.
+TEST_F(FileMove, UnmarkingNeedsNoRoomAndMakesNoOtherFile) {
     WriteFile(From(), "data6635\r\n");
     WriteFile(Folder() + "6635", "mine");
+    decorators::FaultInjectingPlatform faults(Machine());
+    faults.DiskFullAfter(0);
+    Install(faults.View());
     EXPECT_EQ(modFiles::FileMove(From(), To(), modFiles::MoveAndUnmark), modFiles::Done);
     EXPECT_EQ(ReadFile(To()), "data");
     EXPECT_EQ(ReadFile(Folder() + "6635"), "mine");
-    EXPECT_FALSE(Exists(Folder() + "6635_"));
     EXPECT_TRUE(Reported().empty());
 }
 

@@ -97,6 +97,10 @@ public:
         const SysError error = Inner().Write(from.first(fits));
         return error == SysError::Success && fits < from.size() ? SysError::DiskFull : error;
     }
+    SysError SetEnd() override {
+        const SysError error = faults_.CountWrite();
+        return error != SysError::Success ? error : Inner().SetEnd();
+    }
 
 private:
     Faults& faults_;

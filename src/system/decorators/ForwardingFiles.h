@@ -58,6 +58,7 @@ public:
     platform::Result<std::size_t> Read(std::span<std::byte> into) override { return inner_->Read(into); }
     platform::SysError Write(std::span<const std::byte> from) override { return inner_->Write(from); }
     platform::SysError Seek(std::uint64_t position) override { return inner_->Seek(position); }
+    platform::SysError SetEnd() override { return inner_->SetEnd(); }
     platform::Result<std::uint64_t> Size() override { return inner_->Size(); }
     platform::SysError Flush() override { return inner_->Flush(); }
 

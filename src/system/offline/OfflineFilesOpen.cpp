@@ -101,6 +101,16 @@ SysError HostFile::Seek(std::uint64_t position) {
     return lseek(fd_.Get(), static_cast<off_t>(position), SEEK_SET) < 0 ? FromErrno(errno) : SysError::Success;
 }
 
+SysError HostFile::SetEnd() {
+    const off_t position = lseek(fd_.Get(), 0, SEEK_CUR);
+    int result = -1;
+    do {
+        result = position < 0 ? -1 : ftruncate(fd_.Get(), position);
+    } while (result != 0 && errno == EINTR);
+    // A file that was not opened for writing.
+    return result == 0 ? SysError::Success : errno == EINVAL ? SysError::AccessDenied : FromErrno(errno);
+}
+
 Result<std::uint64_t> HostFile::Size() {
     struct stat status {};
     if (fstat(fd_.Get(), &status) != 0) {

@@ -17,6 +17,7 @@ public:
     platform::Result<std::size_t> Read(std::span<std::byte> into) override;
     platform::SysError Write(std::span<const std::byte> from) override;
     platform::SysError Seek(std::uint64_t position) override;
+    platform::SysError SetEnd() override;
     platform::Result<std::uint64_t> Size() override;
     platform::SysError Flush() override;
 

@@ -67,6 +67,8 @@ public:
     virtual SysError Write(std::span<const std::byte> from) = 0;
     /// Moves the position, in bytes from the start.
     virtual SysError Seek(std::uint64_t position) = 0;
+    /// SetEndOfFile: the file ends at the position; what lay behind it is gone, and a gap is filled with zeros.
+    virtual SysError SetEnd() = 0;
     /// Size of the file in bytes.
     virtual Result<std::uint64_t> Size() = 0;
     /// Puts everything written on the medium (FlushFileBuffers, fsync).

@@ -95,6 +95,7 @@ public:
     }
 
     SysError Seek(std::uint64_t position) override { return MoveTo(handle_.Get(), position, FILE_BEGIN); }
+    SysError SetEnd() override { return ErrorUnless(::SetEndOfFile(handle_.Get())); }
     Result<std::uint64_t> Size() override { return SizeOf(handle_.Get()); }
     SysError Flush() override { return ErrorUnless(::FlushFileBuffers(handle_.Get())); }
 
