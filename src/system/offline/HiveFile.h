@@ -36,6 +36,9 @@ public:
     platform::SysError Commit() override;
     void Discard() override;
 
+protected:
+    void OnChange() override { Abandon(); }
+
 private:
     HiveFile(const std::filesystem::path& path, FileIdentity identity, regf::HiveImage image,
              const std::vector<regf::LogFile>& logs)

@@ -189,6 +189,7 @@ void Hive::Touch(KeyId key) {
     listedKey_ = valuesKey_ = NoKey;
     changed_ = true;
     regf::Store64(writer_->Field(key, nk::WrittenAt), clock_());
+    OnChange();
 }
 
 std::uint32_t Hive::Writer::NewKey(KeyId parent, std::u16string_view name, std::uint64_t now) {

@@ -67,6 +67,10 @@ public:
     /// Ends with the next operation.
     std::span<const std::byte> Render();
 
+protected:
+    /// Called after each change: what was made of the hive before is out of date.
+    virtual void OnChange() {}
+
 private:
     struct Writer;
     void Reopen(regf::HiveImage image);
