@@ -2,12 +2,12 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
-#include <sys/xattr.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstdlib>
-#include <vector>
+
+#include "offline/OfflineFilesAttributes.h"
 
 namespace kel::offline {
 
@@ -85,29 +85,6 @@ bool WriteAll(int file, std::string_view bytes) {
     return true;
 }
 
-// What a file system does not have or does not let this user set is left as the new file has it.
-void CopyExtendedAttributes(const std::filesystem::path& from, int to) {
-    const ssize_t listSize = ::listxattr(from.c_str(), nullptr, 0);
-    if (listSize <= 0) {
-        return;
-    }
-    std::string names(static_cast<std::size_t>(listSize), '\0');
-    const ssize_t listed = ::listxattr(from.c_str(), names.data(), names.size());
-    for (ssize_t at = 0; at < listed;) {
-        const char* name = names.data() + at;
-        at += static_cast<ssize_t>(std::char_traits<char>::length(name)) + 1;
-        const ssize_t size = ::getxattr(from.c_str(), name, nullptr, 0);
-        if (size < 0) {
-            continue;
-        }
-        std::vector<char> value(static_cast<std::size_t>(size));
-        const ssize_t got = ::getxattr(from.c_str(), name, value.data(), value.size());
-        if (got >= 0) {
-            ::fsetxattr(to, name, value.data(), static_cast<std::size_t>(got), 0);
-        }
-    }
-}
-
 }  // namespace
 
 Result<FileIdentity> ReadWhole(const std::filesystem::path& path, std::uint64_t limit,
@@ -180,7 +157,9 @@ SysError FileReplacement::Prepare(const std::filesystem::path& path, const FileI
         return FromErrno(errno);
     }
     temporary_ = name;
-    CopyExtendedAttributes(path_, file.Number());
+    if (const Descriptor old(::open(path_.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK)); old.Ok()) {
+        CopyFileTraits(old.Number(), file.Number(), KeptTimes::Creation);
+    }
     const bool ownerKept = ::fchown(file.Number(), status.st_uid, status.st_gid) == 0 || status.st_uid == ::geteuid();
     const bool written = ownerKept && ::fchmod(file.Number(), status.st_mode & 07777) == 0 &&
                          WriteAll(file.Number(), bytes) && ::fsync(file.Number()) == 0 && file.Close();
@@ -200,14 +179,17 @@ Result<FileIdentity> FileReplacement::Commit() {
         Abandon();
         return SysError::SharingViolation;
     }
+    const Descriptor folder(::open(path_.parent_path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    const std::string name = path_.filename().string();
+    const std::string shortName = folder.Ok() ? NtfsShortName(folder.Number(), name) : std::string();
     if (::rename(temporary_.c_str(), path_.c_str()) != 0) {
         const SysError reason = FromErrno(errno);
         Abandon();
         return reason;
     }
     temporary_.clear();
-    const Descriptor folder(::open(path_.parent_path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     if (folder.Ok()) {
+        SetNtfsShortName(folder.Number(), name, shortName);
         ::fsync(folder.Number());
     }
     struct stat status {};

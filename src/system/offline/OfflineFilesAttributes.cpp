@@ -218,7 +218,7 @@ std::string NtfsShortName(int folder, const std::string& name) {
     return ReadAttribute(ProcPath(folder, name), NtfsDosName).value_or(std::string());
 }
 
-void CopyFileTraits(int from, int to) {
+void CopyFileTraits(int from, int to, KeptTimes times) {
     struct stat status {};
     if (fstat(from, &status) != 0) {
         return;
@@ -232,16 +232,27 @@ void CopyFileTraits(int from, int to) {
         // Only the superuser may give files away; the copy then belongs to who made it.
     }
     fchmod(to, status.st_mode & 07777U);
-    const std::array<timespec, 2> times{status.st_atim, status.st_mtim};
-    futimens(to, times.data());
+    if (times == KeptTimes::All) {
+        const std::array<timespec, 2> stamps{status.st_atim, status.st_mtim};
+        futimens(to, stamps.data());
+    }
     // The mount does not list its own. The times come last, because setting the others is a change too.
-    for (const std::string_view name : {"ntfs_acl", "ntfs_attrib", "ntfs_crtime", "ntfs_times"}) {
+    for (const std::string_view name : {"ntfs_acl", "ntfs_attrib", "ntfs_crtime"}) {
         CopyNtfs(from, to, name);
+    }
+    if (times == KeptTimes::All) {
+        CopyNtfs(from, to, "ntfs_times");
     }
 }
 
 void CopyShortName(int from, int to) {
     CopyNtfs(from, to, "ntfs_dos_name");
+}
+
+void SetNtfsShortName(int folder, const std::string& name, const std::string& shortName) {
+    if (!shortName.empty()) {
+        lsetxattr(ProcPath(folder, name).c_str(), NtfsDosName, shortName.data(), shortName.size(), 0);
+    }
 }
 
 }  // namespace kel::offline
