@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <memory>
 
+#include "CountedMemory.h"
 #include "SampleHives.h"
 
 namespace {
@@ -15,6 +16,10 @@ using kel::platform::SysError;
 // What all readings together may give through shared cells: bytes for each byte of the file, and some for small ones.
 constexpr std::size_t GivenFactor = 8;
 constexpr std::size_t GivenSlack = std::size_t{4} << 20;
+// What reading and what changing a hive may take of the heap, beside its image. docs/hives.md states them.
+constexpr std::size_t ReadFactor = 4;
+constexpr std::size_t EditFactor = 12;
+constexpr std::size_t HeapSlack = std::size_t{2} << 20;
 
 struct Total {
     std::uint64_t keys = 0;
@@ -142,13 +147,16 @@ extern "C" std::size_t LLVMFuzzerCustomMutator(std::uint8_t* data, std::size_t s
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     try {
+        kel::fuzz::HeapCount::Begin();
         const auto hive = Open(std::as_bytes(std::span(data, size)));
         hive->SetClock([] { return std::uint64_t{3}; });
         const Total before = Walk(*hive);
         Require(before.bytes <= GivenFactor * size + GivenSlack);
         Require(Walk(*hive).sum == before.sum);
         hive->Reader().ReadAll();
+        Require(kel::fuzz::HeapCount::Used() <= ReadFactor * size + HeapSlack);
         Edit(*hive, before);
+        Require(kel::fuzz::HeapCount::Used() <= EditFactor * size + HeapSlack);
     } catch (const kel::offline::regf::HiveError&) {
         // Refused with a message: what foreign files are met with.
     }
