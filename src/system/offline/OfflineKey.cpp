@@ -22,15 +22,18 @@ constexpr std::uint32_t RightSet = 2;
 constexpr std::uint32_t RightEnumerate = 8;
 constexpr std::uint32_t GenericRights = 0xF0000000U;
 
-// What a value takes up in a caller's buffer. Text counts by characters, as it does in a code page of single bytes:
-// what its UTF-8 form takes more must not hide it.
-std::size_t NeededRoom(const TreeValue& stored, const RegistryValue& value) {
+// Whether a caller's buffer takes a value. Text counts by characters, as it does in a code page of single bytes: what
+// its UTF-8 form takes more must not hide it.
+bool FitsInto(std::size_t capacity, const TreeValue& stored, const RegistryValue& value) {
+    if (value.data.size() <= capacity) {
+        return true;
+    }
     if (!IsTextType(value.type)) {
-        return value.data.size();
+        return false;
     }
     const std::u16string units = UnitsFromBytes(stored.data);
-    const bool added = !units.empty() && units.back() != u'\0';
-    return units.size() + (added ? 1 : 0);
+    const bool terminated = units.empty() || units.back() == u'\0';
+    return units.size() + (terminated ? 0 : 1) <= capacity;
 }
 
 struct LessName {
@@ -88,7 +91,7 @@ Result<RegistryValue> OfflineKey::Query(std::string_view name, std::size_t capac
             continue;
         }
         RegistryValue value = ToAnsi(*stored);
-        if (NeededRoom(*stored, value) > capacity) {
+        if (!FitsInto(capacity, *stored, value)) {
             return SysError::MoreData;
         }
         return value;
@@ -212,7 +215,7 @@ Result<NamedRegistryValue> OfflineKey::EnumValue(std::uint32_t index, std::size_
         return stored.Error();
     }
     NamedRegistryValue named{ToWtf8(stored->name), ToAnsi(*stored)};
-    if (stored->name.size() >= nameCapacity || NeededRoom(*stored, named.value) > dataCapacity) {
+    if (stored->name.size() >= nameCapacity || !FitsInto(dataCapacity, *stored, named.value)) {
         return SysError::MoreData;
     }
     return named;
