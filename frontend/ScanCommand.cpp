@@ -211,7 +211,7 @@ int RunScan(const ScanOptions& options, const Streams& streams) {
         }
         return code;
     } catch (const MachineError& error) {
-        std::fprintf(streams.err, "ombrelane scan: %s\n", error.what());
+        std::fprintf(streams.err, "ombrelane scan: %s\n", ShownHostText(error.what()).c_str());
         return ExitNoInput;
     }
 }

@@ -87,4 +87,18 @@ std::string ShownUtf8(std::string_view utf8) {
     return shown;
 }
 
+std::string ShownHostText(std::string_view text) {
+#ifdef _WIN32
+    std::string shown(text);
+    for (char& byte : shown) {
+        if (static_cast<unsigned char>(byte) < 0x20 || byte == 0x7F) {
+            byte = '?';
+        }
+    }
+    return shown;
+#else
+    return ShownUtf8(text);
+#endif
+}
+
 }  // namespace kel::frontend

@@ -14,4 +14,8 @@ namespace kel::frontend {
 /// The same for text that is in UTF-8 already, as paths of the host are. Needs no machine.
 [[nodiscard]] std::string ShownUtf8(std::string_view utf8);
 
+/// The same for text of the host, as command lines and messages of its file system have it: UTF-8, but on Windows the
+/// system's code page, of which only control characters become `?`. Needs no machine.
+[[nodiscard]] std::string ShownHostText(std::string_view text);
+
 }  // namespace kel::frontend

@@ -83,5 +83,20 @@ TEST_F(ShownTexts, FormsThatHideACharacterAreNoText) {
 
 #endif
 
+TEST(ShownHostTexts, NeedNoMachine) {
+    EXPECT_EQ(ShownHostText("no such folder: C:\\a b"), "no such folder: C:\\a b");
+    EXPECT_EQ(ShownHostText("a\x1b[2J\r\n\x7f"
+                            "b"),
+              "a?[2J???b");
+#ifdef _WIN32
+    EXPECT_EQ(ShownHostText("Caf\xE9"), "Caf\xE9");
+#else
+    EXPECT_EQ(ShownHostText("Caf\xC3\xA9 \xE9"), "Caf\xC3\xA9 ?");
+    EXPECT_EQ(ShownUtf8("a\xE2\x80\xAE"
+                        "b"),
+              "a?b");
+#endif
+}
+
 }  // namespace
 }  // namespace kel::frontend
