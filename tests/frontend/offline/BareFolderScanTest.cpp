@@ -12,7 +12,6 @@ using frontend::ExitThreats;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
-using testing::Not;
 
 class BareFolderScan : public ScanRun {
 protected:
