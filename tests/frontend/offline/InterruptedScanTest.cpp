@@ -3,10 +3,11 @@
 #include <gmock/gmock.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <csignal>
+#include <cstdio>
 #include <thread>
 
-#include "../CapturedStream.h"
 #include "ScanRun.h"
 #include "frontend/CommandLine.h"
 #include "frontend/ExitCodes.h"
@@ -33,17 +34,18 @@ protected:
     }
     ~InterruptedScan() override { std::signal(SIGINT, previous_); }
 
-    /// Runs with results into a pipe that holds less than them, interrupts it once it has begun to scan, and only then
-    /// reads what it wrote.
-    Outcome InterruptWhileScanning(const std::string& format) const {
+    /// Runs with both streams into a pipe that holds less than what is written while it scans, interrupts it once it
+    /// has begun, and only then reads.
+    Outcome InterruptWhileScanning(const std::vector<std::string>& more) const {
         int ends[2];
         EXPECT_EQ(::pipe(ends), 0);
         EXPECT_EQ(::fcntl(ends[1], F_SETPIPE_SZ, 4096), 4096);
         std::FILE* writing = ::fdopen(ends[1], "w");
-        const CapturedStream err;
+        std::setvbuf(writing, nullptr, _IOLBF, BUFSIZ);
         Outcome outcome;
+        std::atomic<bool> ended = false;
         std::thread reader([&] {
-            while (Action().sa_handler == SIG_IGN) {
+            while (Action().sa_handler == SIG_IGN && !ended) {
                 std::this_thread::yield();
             }
             ::kill(::getpid(), SIGINT);
@@ -52,14 +54,14 @@ protected:
                 outcome.out.append(block, static_cast<std::size_t>(size));
             }
         });
-        const std::vector<std::string> arguments{"scan",          "--machine",   Machine().string(),  "--data",
-                                                 Data().string(), "--user-data", UserData().string(), "--format",
-                                                 format};
-        outcome.code = frontend::Run(arguments, {writing, err.File()});
+        std::vector<std::string> arguments{"scan",          "--machine",   Machine().string(), "--data",
+                                           Data().string(), "--user-data", UserData().string()};
+        arguments.insert(arguments.end(), more.begin(), more.end());
+        outcome.code = frontend::Run(arguments, {writing, writing});
+        ended = true;
         std::fclose(writing);
         reader.join();
         ::close(ends[0]);
-        outcome.err = err.Text();
         return outcome;
     }
 
@@ -71,9 +73,8 @@ TEST_F(InterruptedScan, EndsWithTheReasonAndCodeTwo) {
     for (int number = 0; number < 200; ++number) {
         Write("machine/" + std::to_string(1000 + number) + ".exe", Bad());
     }
-    const Outcome outcome = InterruptWhileScanning("jsonl");
+    const Outcome outcome = InterruptWhileScanning({"--format", "jsonl"});
     EXPECT_EQ(outcome.code, frontend::ExitIncomplete);
-    EXPECT_EQ(outcome.err, "");
     const auto lines = Lines(outcome.out);
     ASSERT_GE(lines.size(), 2U);
     EXPECT_LT(lines.size(), 202U) << "it was not interrupted";
@@ -85,11 +86,12 @@ TEST_F(InterruptedScan, EndsWithTheReasonAndCodeTwo) {
 }
 
 TEST_F(InterruptedScan, InTextTheLastLineSaysSo) {
-    for (int number = 0; number < 3000; ++number) {
-        Write("machine/" + std::to_string(10'000 + number) + ".exe", Bad());
+    for (int number = 0; number < 200; ++number) {
+        Write("machine/" + std::to_string(1000 + number) + ".zip", "no archive");  // each is told at once
     }
-    const Outcome outcome = InterruptWhileScanning("text");
+    const Outcome outcome = InterruptWhileScanning({"--zips"});
     EXPECT_EQ(outcome.code, frontend::ExitIncomplete);
+    EXPECT_LT(Lines(outcome.out).size(), 200U) << "it was not interrupted";
     EXPECT_EQ(Lines(outcome.out).back(), "The scan was aborted: Interrupted by the user");
 }
 
