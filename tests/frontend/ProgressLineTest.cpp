@@ -9,15 +9,8 @@
 #include <thread>
 
 #include "CapturedStream.h"
+#include "PseudoTerminal.h"
 #include "support/EngineTest.h"
-
-#ifndef _WIN32
-#include <fcntl.h>
-#include <stdlib.h>
-#include <sys/ioctl.h>
-#include <termios.h>
-#include <unistd.h>
-#endif
 
 namespace kel::frontend {
 namespace {
@@ -119,45 +112,13 @@ TEST_F(Progress, ALongPathIsCutBetweenCharacters) {
     }
 }
 
-// A terminal of the test's own, of any width.
-class Terminals : public test::EngineTest, public testing::WithParamInterface<unsigned short> {
-protected:
-    void SetUp() override {
-        master = ::posix_openpt(O_RDWR | O_NOCTTY);
-        ASSERT_GE(master, 0);
-        ASSERT_EQ(::grantpt(master), 0);
-        ASSERT_EQ(::unlockpt(master), 0);
-        const int slave = ::open(::ptsname(master), O_RDWR | O_NOCTTY);
-        ASSERT_GE(slave, 0);
-        termios settings{};
-        ASSERT_EQ(::tcgetattr(slave, &settings), 0);
-        ::cfmakeraw(&settings);
-        ASSERT_EQ(::tcsetattr(slave, TCSANOW, &settings), 0);
-        winsize size{};
-        size.ws_col = GetParam();
-        size.ws_row = 24;
-        ASSERT_EQ(::ioctl(slave, TIOCSWINSZ, &size), 0);
-        terminal = ::fdopen(slave, "w");
-        ASSERT_NE(terminal, nullptr);
-    }
-    void TearDown() override {
-        std::fclose(terminal);
-        ::close(master);
-    }
-    std::string Read() const {
-        char block[4096];
-        const ssize_t size = ::read(master, block, sizeof block);
-        return {block, static_cast<std::size_t>(std::max<ssize_t>(size, 0))};
-    }
-
-    int master = -1;
-    std::FILE* terminal = nullptr;
-};
+class Terminals : public test::EngineTest, public testing::WithParamInterface<unsigned short> {};
 
 TEST_P(Terminals, TheLineStaysShorterThanTheTerminal) {
-    ProgressLine line(terminal, true);
+    const test::PseudoTerminal terminal(GetParam());
+    ProgressLine line(terminal.File(), true);
     line.Show("files", 123'456, "C:\\" + std::string(300, 'x') + "\\end.exe");
-    const std::string text = Read();
+    const std::string text = terminal.Read();
     ASSERT_THAT(text, StartsWith(Wipe));
     const std::string shown = text.substr(Wipe.size());
     EXPECT_LT(shown.size(), std::size_t{GetParam()});
