@@ -1,4 +1,4 @@
-// Which threat a file, a folder, a hash or a cookie belongs to.
+// Which threat a file, a folder, a hash or a cookie belongs to, and what belongs to a file or a folder that is one.
 #pragma once
 
 #include <cstdint>
@@ -12,7 +12,7 @@ namespace kel {
 class clsFolderPaths;
 }
 
-/// All answer the number of a threat, or 0 for none. The ignore list plays no part here.
+/// The tests answer the number of a threat, or 0 for none; the ignore list plays no part in them.
 namespace kel::modScannerFiles {
 
 // Lookups in the signature tables, without regard to case. A hit stores its level in LastOptionalScan; one whose level
@@ -48,5 +48,19 @@ namespace kel::modScannerFiles {
 /// Takes a scan's folders for the variable forms of IsFileThreat, which a walk asks for at each file. Until the first
 /// call every test asks the machine.
 void TakeFolders(const clsFolderPaths& folders);
+
+// Relations: what a detection drags in. They go to the current scan, under the same threat. An ignored threat adds
+// nothing. A failure is reported, and what was recorded before it stays.
+
+/// Adds what registers a file, loads it or starts it: for a library the keys and values of its classes, for a program
+/// the startup shortcuts and run entries that lead to it or to a copy with the same hash. Other files have none, nor
+/// has a file without a hash.
+/// @param path full path of a file that was found
+void AddDetectedThreatFileRelations(std::int32_t ThreatID, std::string_view path);
+
+/// Adds the files and folders below a folder, in lower case, each file with its relations. What must not be removed is
+/// left out.
+/// @param flag true: only the contents of the direct subfolders, not what lies deeper
+void AddDetectedThreatFolderContents(std::int32_t ThreatID, std::string_view folder, bool flag);
 
 }  // namespace kel::modScannerFiles

@@ -1,12 +1,17 @@
-// The tests that stand between every removal and the disk or the registry.
+// The rules that scanner and cleaner share: what must stay, what kind of file a path names, and which file stands
+// behind a place in the registry.
 #pragma once
 
+#include <string>
 #include <string_view>
 
 #include "platform/Registry.h"
+#include "results/Enumerations.h"
 
-/// True means: leave it alone. What fails is reported under the module "modCleanerHelper" and answers false.
+/// What fails is reported under the module "modCleanerHelper" and answers false, empty or ThreatFileTypeGeneral.
 namespace kel::modCleanerHelper {
+
+// The tests that stand between every removal and the disk or the registry. True means: leave it alone.
 
 /// By name, by place and by the publisher in the file's version resource.
 [[nodiscard]] bool RestrictRemoveFile(std::string_view path);
@@ -18,5 +23,20 @@ namespace kel::modCleanerHelper {
 /// Whether the value is one that the machine needs, in any hive. The entries have a blank before the bracket and the
 /// text that they are compared with has none, so no value is ever refused.
 [[nodiscard]] bool RestrictRemoveRegistryValue(platform::Hive hive, std::string_view key, std::string_view name);
+
+/// The kind of a file by the last three letters of its path.
+[[nodiscard]] enThreatFileTypes GetThreatFileType(std::string_view path);
+
+// From a registry location to what is behind it. The places are known by parts of the key, without regard to case; the
+// first that fits decides. `data` is not looked at: where a value's data count they are read anew.
+
+/// The file that a key or a value leads to: a downloaded component, a type library, an interface, a shared library, a
+/// module in use, a registered class or a run entry. Empty for any other place. A shared library and a module are
+/// named as the registry names them, whether they are there or not.
+[[nodiscard]] std::string GetFilePathfromRegistryLocations(platform::Hive hive, std::string_view key,
+                                                           std::string_view name, std::string_view data);
+/// The class that a key or a value names, in braces; empty for a place that names none.
+[[nodiscard]] std::string GetCLSIDfromRegistryLocations(platform::Hive hive, std::string_view key,
+                                                        std::string_view name, std::string_view data);
 
 }  // namespace kel::modCleanerHelper
