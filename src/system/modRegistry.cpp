@@ -9,6 +9,7 @@
 #include "core/Failures.h"
 #include "core/Text.h"
 #include "platform/Platform.h"
+#include "system/modFolderPaths.h"
 
 namespace kel::modRegistry {
 
@@ -22,6 +23,7 @@ constexpr std::size_t TextBuffer = 20480;
 constexpr std::size_t TreeKeyBuffer = 512;
 constexpr std::size_t SubKeyBuffer = 2048;
 constexpr std::size_t EnumerationBuffer = 20000;
+constexpr std::size_t ShortestClsid = 10;
 
 // An enumeration that answers with nothing but errors would never end by itself.
 constexpr std::uint32_t MaxErrorsInARow = 65536;
@@ -367,6 +369,20 @@ bool RegValueDataEquals(Hive hive, std::string_view key, std::string_view name, 
         equal = stored && LCase(*stored) == LCase(text);
     });
     return equal;
+}
+
+std::string GetFilePathFromCLSID(std::string_view clsid) {
+    std::string path;
+    if (clsid.size() < ShortestClsid) {
+        return path;
+    }
+    ResumeNext([&] {
+        std::string key = "CLSID\\";
+        key.append(clsid).append("\\InprocServer32");
+        const std::string server = ToText(GetRegistryValue(platform::HiveClassesRoot, key, {}));
+        path = ToText(modFolderPaths::ResolveFilePathEx(modFolderPaths::TranslateEnvironmentVariablesPaths(server)));
+    });
+    return path;
 }
 
 }  // namespace kel::modRegistry
