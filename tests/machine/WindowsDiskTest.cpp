@@ -289,5 +289,38 @@ TEST_F(WindowsDisk, AHiveThatIsALinkOutOfTheDiskIsNotFollowed) {
     fs::remove(outside);
 }
 
+TEST_F(WindowsDisk, AUsersHiveThatIsALinkIsNotFollowed) {
+    MakeXp();
+    fs::rename(Disk() / "Documents and Settings/Ada/NTUSER.DAT", Disk() / "elsewhere");
+    fs::create_symlink(Disk() / "elsewhere", Disk() / "Documents and Settings/Ada/NTUSER.DAT");
+    EXPECT_THAT(OpenFails(), HasSubstr("NTUSER.DAT is a link, which is not followed"));
+}
+
+TEST_F(WindowsDisk, AHiveThatMayBeLeftOutAndIsALinkIsLeftOutWithANote) {
+    MakeXp();
+    const std::string classes =
+        "Documents and Settings/Ada/Local Settings/Application Data/Microsoft/Windows/UsrClass.dat";
+    fs::rename(Disk() / classes, Disk() / "elsewhere");
+    fs::create_symlink(Disk() / "elsewhere", Disk() / classes);
+    Open();
+    EXPECT_EQ(Value(HiveClassesRoot, ".doc", ""), "machine");
+    ASSERT_EQ(Machine().Notes().size(), 1U);
+    EXPECT_THAT(Machine().Notes()[0], HasSubstr("UsrClass.dat is a link, which is not followed"));
+    EXPECT_THAT(Machine().Notes()[0], HasSubstr("it is left out"));
+}
+
+TEST_F(WindowsDisk, OneHiveThatCannotBeWrittenLeavesAllOfTheDiskAsTheyWere) {
+    MakeXp();
+    Open({}, true);
+    const auto& registry = Machine().View().registry;
+    ASSERT_TRUE(registry->Create(HiveLocalMachine, "SYSTEM\\New").Ok());
+    ASSERT_TRUE(registry->Create(HiveCurrentUser, "New").Ok());
+    Hive("Documents and Settings/Ada/NTUSER.DAT", {{u"Other", u"v", u"of somebody else"}});
+    EXPECT_EQ(registry->Commit(), SysError::SharingViolation);
+    Open();
+    EXPECT_FALSE(Machine().View().registry->Open(HiveLocalMachine, "SYSTEM\\New").Ok());
+    EXPECT_EQ(Value(HiveCurrentUser, "Other", "v"), "of somebody else");
+}
+
 }  // namespace
 }  // namespace kel::test
