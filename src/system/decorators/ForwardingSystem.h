@@ -2,9 +2,13 @@
 // its object.
 #pragma once
 
+#include <memory>
+#include <utility>
+
 #include "platform/Clock.h"
 #include "platform/Processes.h"
 #include "platform/Rights.h"
+#include "platform/Services.h"
 #include "platform/Shell.h"
 #include "platform/SystemInfo.h"
 #include "platform/VersionResources.h"
@@ -64,12 +68,31 @@ public:
     explicit ForwardingProcesses(platform::Processes& inner) : inner_(inner) {}
 
     platform::Result<std::vector<platform::ProcessEntry>> Snapshot() override { return inner_.Snapshot(); }
+    platform::Result<std::vector<std::string>> SnapshotModules(std::uint32_t processId) override {
+        return inner_.SnapshotModules(processId);
+    }
+    platform::Result<std::vector<platform::ThreadEntry>> SnapshotThreads(std::uint32_t processId) override {
+        return inner_.SnapshotThreads(processId);
+    }
+    platform::Result<std::vector<std::uint32_t>> Identifiers(std::uint32_t most) override {
+        return inner_.Identifiers(most);
+    }
+    platform::Result<std::vector<std::string>> ModulePaths(std::uint32_t processId, std::uint32_t most,
+                                                           std::uint32_t capacity) override {
+        return inner_.ModulePaths(processId, most, capacity);
+    }
     platform::SysError CanOpen(std::uint32_t processId, std::uint32_t access) override {
         return inner_.CanOpen(processId, access);
     }
     platform::Result<std::string> FirstModulePath(std::uint32_t processId, std::uint32_t handleBytes,
                                                   std::uint32_t capacity) override {
         return inner_.FirstModulePath(processId, handleBytes, capacity);
+    }
+    platform::SysError EndProcess(std::uint32_t processId, std::uint32_t access, std::uint32_t exitCode) override {
+        return inner_.EndProcess(processId, access, exitCode);
+    }
+    platform::SysError EndThread(std::uint32_t threadId, std::uint32_t access, std::uint32_t exitCode) override {
+        return inner_.EndThread(threadId, access, exitCode);
     }
     std::uint32_t CurrentId() override { return inner_.CurrentId(); }
     platform::SysError SetPriorityClass(std::uint32_t priorityClass) override {
@@ -104,6 +127,39 @@ protected:
 
 private:
     platform::Rights& inner_;
+};
+
+class ForwardingServices : public platform::Services {
+public:
+    explicit ForwardingServices(platform::Services& inner) : inner_(inner) {}
+
+    platform::Result<std::unique_ptr<platform::ServiceManager>> OpenManager(std::string_view machine,
+                                                                            std::string_view database,
+                                                                            std::uint32_t access) override {
+        return inner_.OpenManager(machine, database, access);
+    }
+
+protected:
+    [[nodiscard]] platform::Services& Inner() const { return inner_; }
+
+private:
+    platform::Services& inner_;
+};
+
+/// A service control manager that passes everything on to one that it owns.
+class ForwardingServiceManager : public platform::ServiceManager {
+public:
+    explicit ForwardingServiceManager(std::unique_ptr<platform::ServiceManager> inner) : inner_(std::move(inner)) {}
+
+    platform::Result<std::unique_ptr<platform::Service>> Open(std::string_view name, std::uint32_t access) override {
+        return inner_->Open(name, access);
+    }
+
+protected:
+    [[nodiscard]] platform::ServiceManager& Inner() const { return *inner_; }
+
+private:
+    std::unique_ptr<platform::ServiceManager> inner_;
 };
 
 class ForwardingVersions : public platform::VersionResources {

@@ -11,6 +11,7 @@
 #include "offline/OfflineLoop.h"
 #include "offline/OfflineProcesses.h"
 #include "offline/OfflineRights.h"
+#include "offline/OfflineServices.h"
 #include "offline/OfflineShell.h"
 #include "offline/OfflineText.h"
 #include "offline/OfflineVersions.h"
@@ -44,6 +45,7 @@ struct OfflinePlatform::Impl {
     OfflineShell shell{files, [this](int identifier) { return machine->SpecialFolder(identifier); }};
     OfflineProcesses processes;
     OfflineRights rights;
+    OfflineServices services;
     OfflineClock clock;
     OfflineText text;
     OfflineLoop loop;
@@ -63,6 +65,7 @@ OfflinePlatform::Impl::Impl(const MachineOptions& options) {
     plain.registry = &machine->Registry();
     plain.processes = &processes;
     plain.rights = &rights;
+    plain.services = &services;
     plain.versions = &versions;
     plain.shell = &shell;
     plain.clock = &clock;

@@ -10,8 +10,26 @@ public:
     platform::Result<std::vector<platform::ProcessEntry>> Snapshot() override {
         return std::vector<platform::ProcessEntry>{};
     }
+    platform::Result<std::vector<std::string>> SnapshotModules(std::uint32_t) override {
+        return platform::SysError::NotSupported;
+    }
+    platform::Result<std::vector<platform::ThreadEntry>> SnapshotThreads(std::uint32_t) override {
+        return std::vector<platform::ThreadEntry>{};
+    }
+    platform::Result<std::vector<std::uint32_t>> Identifiers(std::uint32_t) override {
+        return std::vector<std::uint32_t>{};
+    }
+    platform::Result<std::vector<std::string>> ModulePaths(std::uint32_t, std::uint32_t, std::uint32_t) override {
+        return platform::SysError::NotSupported;
+    }
     platform::SysError CanOpen(std::uint32_t, std::uint32_t) override { return platform::SysError::NotSupported; }
     platform::Result<std::string> FirstModulePath(std::uint32_t, std::uint32_t, std::uint32_t) override {
+        return platform::SysError::NotSupported;
+    }
+    platform::SysError EndProcess(std::uint32_t, std::uint32_t, std::uint32_t) override {
+        return platform::SysError::NotSupported;
+    }
+    platform::SysError EndThread(std::uint32_t, std::uint32_t, std::uint32_t) override {
         return platform::SysError::NotSupported;
     }
     /// The host's number of this program.

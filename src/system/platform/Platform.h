@@ -7,6 +7,7 @@
 #include "platform/Processes.h"
 #include "platform/Registry.h"
 #include "platform/Rights.h"
+#include "platform/Services.h"
 #include "platform/Shell.h"
 #include "platform/SystemInfo.h"
 #include "platform/Text.h"
@@ -17,6 +18,7 @@ namespace kel::platform {
 /// What a platform can do. A front end says "not available" for what is false here.
 struct Capabilities {
     bool processes = false;  ///< processes run on the machine and can be listed
+    bool services = false;   ///< services run on the machine and can be stopped
     bool registry = false;   ///< there is a registry to read
     bool writable = false;   ///< the machine's drives and registry accept writes
     bool live = false;       ///< the machine is the one that this program runs on
@@ -29,6 +31,7 @@ struct Platform {
     Registry* registry = nullptr;
     Processes* processes = nullptr;
     Rights* rights = nullptr;
+    Services* services = nullptr;
     VersionResources* versions = nullptr;
     Shell* shell = nullptr;
     Clock* clock = nullptr;

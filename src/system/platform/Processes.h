@@ -1,6 +1,7 @@
-// Processes and priorities, by the calls that the engine uses.
+// Processes, their modules and threads, and priorities, by the calls that the engine uses.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -13,7 +14,16 @@ namespace kel::platform {
 struct ProcessEntry {
     std::uint32_t id = 0;
     std::uint32_t parentId = 0;
-    std::string exeFile;  ///< szExeFile: a bare name on NT, a path on 9x
+    std::string exeFile;  ///< szExeFile before its first NUL: a bare name on NT, a path on 9x
+};
+
+/// Characters of szExeFile. An entry whose field holds no NUL has a name of that length.
+inline constexpr std::size_t ExeFileLength = 260;
+
+/// One entry of a thread snapshot (THREADENTRY32).
+struct ThreadEntry {
+    std::uint32_t id = 0;
+    std::uint32_t ownerId = 0;  ///< identifier of its process
 };
 
 /// Process access. A platform without running processes answers NotSupported or an empty list. Never throws.
@@ -23,12 +33,29 @@ public:
 
     /// CreateToolhelp32Snapshot(2, 0) with Process32First and Process32Next, in the platform's order.
     virtual Result<std::vector<ProcessEntry>> Snapshot() = 0;
+    /// CreateToolhelp32Snapshot(8, processId) with Module32First and Module32Next: szExePath of each module, before its
+    /// first NUL.
+    virtual Result<std::vector<std::string>> SnapshotModules(std::uint32_t processId) = 0;
+    /// CreateToolhelp32Snapshot(4, processId) with Thread32First and Thread32Next. Windows ignores the process: the
+    /// list holds every thread of the machine.
+    virtual Result<std::vector<ThreadEntry>> SnapshotThreads(std::uint32_t processId) = 0;
+
+    /// EnumProcesses with room for `most` identifiers.
+    virtual Result<std::vector<std::uint32_t>> Identifiers(std::uint32_t most) = 0;
+    /// OpenProcess(1040), EnumProcessModules with room for `most` modules, GetModuleFileNameExA of each into a buffer
+    /// of `capacity` characters: the paths as the platform gives them, an empty one where it gives none.
+    virtual Result<std::vector<std::string>> ModulePaths(std::uint32_t processId, std::uint32_t most,
+                                                         std::uint32_t capacity) = 0;
     /// OpenProcess with `access`, closed at once: Success when it was granted.
     virtual SysError CanOpen(std::uint32_t processId, std::uint32_t access) = 0;
     /// OpenProcess(1040), EnumProcessModules with room for `handleBytes` bytes of handles, GetModuleFileNameExA of
     /// the first module into a buffer of `capacity` characters: its path as the platform gives it.
     virtual Result<std::string> FirstModulePath(std::uint32_t processId, std::uint32_t handleBytes,
                                                 std::uint32_t capacity) = 0;
+    /// OpenProcess with `access`, GetExitCodeProcess, whose answer plays no part, and TerminateProcess.
+    virtual SysError EndProcess(std::uint32_t processId, std::uint32_t access, std::uint32_t exitCode) = 0;
+    /// OpenThread with `access` and TerminateThread.
+    virtual SysError EndThread(std::uint32_t threadId, std::uint32_t access, std::uint32_t exitCode) = 0;
     /// Identifier of the own process.
     virtual std::uint32_t CurrentId() = 0;
 

@@ -10,6 +10,7 @@
 #include "windows/WindowsProcesses.h"
 #include "windows/WindowsRegistry.h"
 #include "windows/WindowsRights.h"
+#include "windows/WindowsServices.h"
 #include "windows/WindowsShell.h"
 #include "windows/WindowsSystemInfo.h"
 #include "windows/WindowsText.h"
@@ -23,6 +24,7 @@ struct WindowsPlatform::Impl {
     WindowsRegistry registry;
     WindowsProcesses processes;
     WindowsRights rights;
+    WindowsServices services;
     WindowsVersions versions;
     WindowsShell shell;
     WindowsClock clock;
@@ -44,13 +46,14 @@ platform::Platform WindowsPlatform::View() {
     view.registry = &impl_->registry;
     view.processes = &impl_->processes;
     view.rights = &impl_->rights;
+    view.services = &impl_->services;
     view.versions = &impl_->versions;
     view.shell = &impl_->shell;
     view.clock = &impl_->clock;
     view.text = &impl_->text;
     view.loop = &impl_->loop;
     view.system = &impl_->system;
-    view.can = {.processes = true, .registry = true, .writable = true, .live = true};
+    view.can = {.processes = true, .services = true, .registry = true, .writable = true, .live = true};
     return view;
 }
 
