@@ -78,21 +78,22 @@ TEST_F(Hivedump, JsonLinesHaveAnObjectForEachKeyAndValueAndASummary) {
     const Outcome run = RunDump({WriteSmall(), "--format", "jsonl"});
     EXPECT_EQ(run.code, 0);
     EXPECT_EQ(run.err, "");
-    EXPECT_EQ(run.out,
-              R"({"type":"key","path":[],"written":"2006-01-02T03:04:05Z","filetime":127806446450000000})"
-              "\n"
-              R"({"type":"key","path":["Software"],"written":"2006-01-02T03:04:05Z","filetime":127806446450000000})"
-              "\n"
-              R"({"type":"value","path":["Software"],"name":"","valueType":4,"data":"01020000"})"
-              "\n"
-              R"({"type":"key","path":["Software","Sample"],"written":"2006-01-02T03:04:05Z",)"
-              R"("filetime":127806446450000000})"
-              "\n"
-              R"({"type":"value","path":["Software","Sample"],"name":"Version","valueType":1,)"
-              R"("data":"31002e0030000000"})"
-              "\n"
-              R"({"type":"summary","keys":3,"values":2,"damaged":0,"dirty":false,"replayed":false,"version":"1.3"})"
-              "\n");
+    EXPECT_EQ(
+        run.out,
+        R"({"type":"key","path":[],"written":"2006-01-02T03:04:05Z","filetime":127806446450000000})"
+        "\n"
+        R"({"type":"key","path":["Software"],"written":"2006-01-02T03:04:05Z","filetime":127806446450000000})"
+        "\n"
+        R"({"type":"value","path":["Software"],"name":"","valueType":4,"data":"01020000"})"
+        "\n"
+        R"({"type":"key","path":["Software","Sample"],"written":"2006-01-02T03:04:05Z",)"
+        R"("filetime":127806446450000000})"
+        "\n"
+        R"({"type":"value","path":["Software","Sample"],"name":"Version","valueType":1,)"
+        R"("data":"31002e0030000000"})"
+        "\n"
+        R"({"type":"summary","keys":3,"values":2,"damaged":0,"dirty":false,"replayed":false,"tooDeep":0,"version":"1.3"})"
+        "\n");
 }
 
 TEST_F(Hivedump, EveryTypeIsShownByNameAndNumber) {
@@ -251,6 +252,18 @@ TEST_F(Hivedump, WhatIsDamagedIsToldAndTheRestIsShown) {
     EXPECT_THAT(json.out, HasSubstr(R"("name":"two","valueType":1,"data":"","whole":false})"));
     EXPECT_THAT(json.out, HasSubstr("{\"type\":\"damage\",\"offset\":" + std::to_string(offset) + ",\"reason\":\"" +
                                     reason + "\"}\n{\"type\":\"summary\",\"keys\":2,\"values\":2,\"damaged\":1,"));
+}
+
+// Windows makes no more; the path of each would be longer than that of the one before.
+TEST_F(Hivedump, KeysDeeperThan512LevelsAreLeftOutAndTold) {
+    const auto hive = New();
+    offline::KeyId key = hive->Root();
+    for (int level = 0; level < 514; ++level)
+        key = hive->CreateKey(key, u"k").Value();
+    const Outcome outcome = RunDump({Write("deep", hive->Render())});
+    EXPECT_EQ(outcome.code, 2);
+    EXPECT_THAT(outcome.out, EndsWith("keys 513 values 0\n"));
+    EXPECT_THAT(outcome.err, HasSubstr("deep: 2 keys lie deeper than 512 levels and were left out\n"));
 }
 
 TEST_F(Hivedump, DamageThatIsTooMuchToTellIsCounted) {

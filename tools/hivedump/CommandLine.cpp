@@ -29,7 +29,7 @@ int Show(const std::string& file, const std::vector<std::string>& logs, Format f
     if (hive->Replay().dirty && !hive->Replay().replayed)
         err << file << ": was not written to its end; " << (logs.empty() ? "name its logs with --log" : "no log fits")
             << " to see its last state\n";
-    Dump(*hive, format, out);
+    const Counts counts = Dump(*hive, format, out);
     out.flush();
     if (!out) {
         err << "hivedump: the output can't be written\n";
@@ -40,7 +40,10 @@ int Show(const std::string& file, const std::vector<std::string>& logs, Format f
     const std::uint64_t told = hive->Damage().Items().size();
     if (hive->Damage().Count() > told)
         err << file << ": " << hive->Damage().Count() - told << " more places could not be read\n";
-    return hive->Damage().Count() == 0 ? ExitDone : ExitDamaged;
+    if (counts.tooDeep != 0)
+        err << file << ": " << counts.tooDeep << " keys lie deeper than " << DeepestLevel
+            << " levels and were left out\n";
+    return hive->Damage().Count() == 0 && counts.tooDeep == 0 ? ExitDone : ExitDamaged;
 }
 
 }  // namespace

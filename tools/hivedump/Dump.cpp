@@ -36,6 +36,10 @@ public:
         reader_.Cells().LoadAll();
         std::vector<std::uint32_t> values;
         reader_.ForEachKey([&](std::uint32_t key, std::uint32_t depth) {
+            if (depth > DeepestLevel) {
+                ++counts_.tooDeep;
+                return;
+            }
             Enter(key, depth);
             reader_.Values(key, values);
             for (const std::uint32_t value : values)
@@ -128,8 +132,8 @@ private:
             line_ += R"({"type":"summary","keys":)" + std::to_string(counts_.keys) + R"(,"values":)" +
                      std::to_string(counts_.values) + R"(,"damaged":)" + std::to_string(hive_.Damage().Count()) +
                      R"(,"dirty":)" + (hive_.Replay().dirty ? "true" : "false") + R"(,"replayed":)" +
-                     (hive_.Replay().replayed ? "true" : "false") + R"(,"version":"1.)" +
-                     std::to_string(hive_.Minor()) + "\"}";
+                     (hive_.Replay().replayed ? "true" : "false") + R"(,"tooDeep":)" + std::to_string(counts_.tooDeep) +
+                     R"(,"version":"1.)" + std::to_string(hive_.Minor()) + "\"}";
         }
         EndLine();
         out_ << line_;
