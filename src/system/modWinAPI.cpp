@@ -12,6 +12,8 @@ namespace kel::modWinAPI {
 namespace {
 
 constexpr std::string_view VersionInfoSize = "148";
+constexpr std::uint32_t AllProcessAccess = 0x1F0FFF;
+constexpr std::uint32_t KilledExitCode = 0;
 
 struct VersionWord {
     std::uint32_t major;
@@ -72,6 +74,26 @@ std::string GetOSVersionName(std::string_view field) {
     std::string result;
     Trap("modWinAPI", "GetOSVersionName", [&] { result = Answer(field); });
     return result;
+}
+
+bool IsProcessRunning(std::string_view name, bool kill) {
+    if (GetOSVersionName() == "NT") {
+        return false;
+    }
+    const auto processes = platform::Current().processes->Snapshot();
+    if (!processes) {
+        return false;
+    }
+    for (const platform::ProcessEntry& process : *processes) {
+        if (!ContainsText(Trim(process.exeFile), name)) {
+            continue;
+        }
+        if (kill) {
+            (void)platform::Current().processes->EndProcess(process.id, AllProcessAccess, KilledExitCode);
+        }
+        return true;
+    }
+    return false;
 }
 
 }  // namespace kel::modWinAPI
