@@ -6,7 +6,6 @@
 #include "core/Failures.h"
 #include "core/Text.h"
 #include "platform/Platform.h"
-#include "scanner/LaterStages.h"
 #include "scanner/Scanner.h"
 #include "scanner/modScannerFiles.h"
 #include "system/modKvFileExplorer.h"
@@ -69,10 +68,10 @@ void Scanner::TestListedItem(std::string item, bool includeFolders) {
     const std::shared_ptr<kel::Scan> scan = RequireCurrentScan();
     if (item.find('.') != std::string::npos) {
         scan->AddDetectedThreatFile(ScanTypeFiles, threat, modMD5::FileMD5(item), item);
-        later::AddDetectedThreatFileRelations(threat, item);
+        modScannerFiles::AddDetectedThreatFileRelations(threat, item);
     } else {
         scan->AddDetectedThreatFolder(ScanTypeFiles, threat, item);
-        later::AddDetectedThreatFolderContents(threat, item, false);
+        modScannerFiles::AddDetectedThreatFolderContents(threat, item, false);
     }
 }
 

@@ -6,7 +6,6 @@
 #include "core/Failures.h"
 #include "core/Text.h"
 #include "platform/Platform.h"
-#include "scanner/LaterStages.h"
 #include "scanner/Scanner.h"
 #include "scanner/modScannerFiles.h"
 #include "system/clsFolderPaths.h"
@@ -167,7 +166,7 @@ void Scanner::TestWalkedFile(const std::string& fullPath, const std::string& pat
         }
     }
     scan->AddDetectedThreatFile(ScanTypeFiles, threat, hash, location);
-    later::AddDetectedThreatFileRelations(threat, location);
+    modScannerFiles::AddDetectedThreatFileRelations(threat, location);
 }
 
 }  // namespace kel

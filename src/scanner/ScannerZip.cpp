@@ -5,8 +5,8 @@
 #include "core/EngineState.h"
 #include "core/Failures.h"
 #include "platform/Platform.h"
-#include "scanner/LaterStages.h"
 #include "scanner/Scanner.h"
+#include "scanner/modScannerFiles.h"
 #include "system/modFiles.h"
 #include "system/modMD5.h"
 
@@ -76,7 +76,7 @@ void Scanner::ScanExtracted(const std::string& zipPath, const std::string& folde
         const std::string path = folder + "\\" + entry.name;
         if (const std::int32_t threat = IsFileThreat(path, {}, OptScanDepth); threat > 0) {
             RequireCurrentScan()->AddDetectedThreatFile(ScanTypeFiles, threat, modMD5::FileMD5(path), path);
-            later::AddDetectedThreatFileRelations(threat, path);
+            modScannerFiles::AddDetectedThreatFileRelations(threat, path);
         }
         DoEvents();
     } while (!ScanAbortFlag() && (*find)->Next(entry) == platform::SysError::Success);

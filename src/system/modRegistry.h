@@ -66,5 +66,8 @@ bool RegValueDataEquals(Hive hive, std::string_view key, std::string_view name, 
 /// Path of the file that serves a class in its clients' processes, in lower case and resolved. Empty for a text of
 /// fewer than 10 characters, and when none is registered or the file is not there.
 std::string GetFilePathFromCLSID(std::string_view clsid);
+/// The classes whose file that is: those subkeys of HKEY_CLASSES_ROOT\CLSID, in the order of their listing, whose
+/// GetFilePathFromCLSID is the path, without regard to case. None for an empty path.
+Collection<std::string> GetDllCLSIDs(std::string_view path);
 
 }  // namespace kel::modRegistry
