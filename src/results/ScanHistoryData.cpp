@@ -10,6 +10,7 @@
 #include "core/Recordset.h"
 #include "core/Value.h"
 #include "platform/Platform.h"
+#include "results/HistoryTables.h"
 #include "results/modDataManager.h"
 
 namespace kel::modDataManager {
@@ -62,30 +63,29 @@ constexpr Column DetLocationColumns[] = {
     {"FoundAt", FieldType::VarChar, 255},
 };
 
-struct Table {
-    std::string_view file;
-    std::shared_ptr<Recordset> EngineState::*recordset;
+struct Layout {
+    const history::Table& table;
     std::span<const Column> columns;
 };
 
-constexpr Table ScanHistory = {"kelScanHistory.sdb", &EngineState::RsScanHistory, ScanHistoryColumns};
+constexpr Layout Scans = {history::Scans, ScanHistoryColumns};
 
-constexpr Table OtherTables[] = {
-    {"KelQThreatHistory.sdb", &EngineState::RsQThreatHistory, QThreatHistoryColumns},
-    {"KelDThreatHistory.sdb", &EngineState::RsDThreatHistory, DThreatHistoryColumns},
-    {"KelDetHist.sdb", &EngineState::RsDetHist, DetHistColumns},
-    {"KelDetFileHist.sdb", &EngineState::RsDetFileHist, DetLocationColumns},
-    {"KelDetFolderHist.sdb", &EngineState::RsDetFolderHist, DetLocationColumns},
-    {"KelDetCookieHist.sdb", &EngineState::RsDetCookieHist, DetLocationColumns},
-    {"KelDetRegHist.sdb", &EngineState::RsDetRegHist, DetLocationColumns},
+constexpr Layout Others[] = {
+    {history::Quarantined, QThreatHistoryColumns},
+    {history::Deleted, DThreatHistoryColumns},
+    {history::Detected, DetHistColumns},
+    {history::DetectedFiles, DetLocationColumns},
+    {history::DetectedFolders, DetLocationColumns},
+    {history::DetectedCookies, DetLocationColumns},
+    {history::DetectedRegistry, DetLocationColumns},
 };
 
-std::string PathOf(const Table& table) {
-    return State().UserDataFolder + "\\" + std::string(table.file);
+std::shared_ptr<Recordset>& PlaceOf(const Layout& layout) {
+    return State().*layout.table.recordset;
 }
 
-void Define(Recordset& recordset, const Table& table) {
-    for (const Column& column : table.columns) {
+void Define(Recordset& recordset, const Layout& layout) {
+    for (const Column& column : layout.columns) {
         recordset.AppendField(column.name, column.type, column.size);
     }
     recordset.Open();
@@ -94,7 +94,7 @@ void Define(Recordset& recordset, const Table& table) {
 void AddTotalsRow(Recordset& recordset) {
     const Value today = ParseDate(ShortDateText(platform::Current().clock->Now()));
     recordset.AddNew();
-    recordset.Set("ScanID", std::string("Totals"));
+    recordset.Set("ScanID", std::string(history::TotalsID));
     recordset.Set("StartDate", today);
     recordset.Set("EndDate", today);
     recordset.Set("AbortReason", std::string("None"));
@@ -111,28 +111,28 @@ void AddTotalsRow(Recordset& recordset) {
 
 bool InitializeScanHistoryData() {
     Trap("modDataManager", "InitializeScanHistoryData", [] {
-        State().*ScanHistory.recordset = std::make_shared<Recordset>();
-        for (const Table& table : OtherTables) {
-            State().*table.recordset = std::make_shared<Recordset>();
+        PlaceOf(Scans) = std::make_shared<Recordset>();
+        for (const Layout& layout : Others) {
+            PlaceOf(layout) = std::make_shared<Recordset>();
         }
 
-        Recordset& history = *(State().*ScanHistory.recordset);
-        const std::string path = PathOf(ScanHistory);
+        Recordset& scans = *PlaceOf(Scans);
+        const std::string path = history::PathOf(Scans.table.file);
         if (!paths::FileExists(path)) {
-            Define(history, ScanHistory);
-            AddTotalsRow(history);
-            history.Save(path);
-            history.Close();
+            Define(scans, Scans);
+            AddTotalsRow(scans);
+            scans.Save(path);
+            scans.Close();
         }
-        history.Open(path);
+        scans.Open(path);
 
-        for (const Table& table : OtherTables) {
-            Recordset& recordset = *(State().*table.recordset);
-            const std::string place = PathOf(table);
+        for (const Layout& layout : Others) {
+            Recordset& recordset = *PlaceOf(layout);
+            const std::string place = history::PathOf(layout.table.file);
             if (paths::FileExists(place)) {
                 recordset.Open(place);
             } else {
-                Define(recordset, table);
+                Define(recordset, layout);
                 recordset.Save(place);
             }
         }

@@ -6,10 +6,12 @@
 #include <utility>
 
 #include "core/LiveColumn.h"
+#include "core/Paths.h"
 #include "core/RecordFilter.h"
 #include "core/RuntimeError.h"
 #include "core/SdbFile.h"
 #include "core/Text.h"
+#include "platform/Platform.h"
 
 namespace kel {
 
@@ -160,6 +162,18 @@ struct Recordset::Impl {
         image.reset();
     }
 
+    // Before a save in place: rows that are still read from the file move to memory first.
+    void RemoveOwnFile() {
+        if (!paths::FileExists(path)) {
+            return;
+        }
+        OwnRows();
+        const platform::SysError error = platform::Current().files->Remove(path);
+        if (error != platform::SysError::Success) {
+            paths::RaiseFileError(error, path);
+        }
+    }
+
     // Makes what was written part of the table.
     void Commit() {
         const Edit done = std::exchange(edit, {});
@@ -296,6 +310,9 @@ void Recordset::Save(std::string_view path, SourceLocation where) {
         const std::string target(path.empty() ? std::string_view(impl_->path) : path);
         if (target.empty()) {
             Raise(ErrInvalidArgument);
+        }
+        if (path.empty()) {
+            impl_->RemoveOwnFile();
         }
         WriteSdb(target, impl_->columns, impl_->LiveRows());
         impl_->path = target;

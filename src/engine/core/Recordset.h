@@ -33,8 +33,8 @@ struct FieldDefinition {
 
 /// A table whose rows lie in memory. Failures are RuntimeErrors with the caller's line: 3704 when it is closed, 3705
 /// when it is open, 3021 without a current row, 3265 for an unknown column, 3001 for a filter that can't be understood,
-/// 53 for a missing file, 58 for a save to a path that exists, 13 and 6 for a value that does not fit its column. Text
-/// longer than its column is an error 3001, not a cut: writers cut.
+/// 53 for a missing file, 58 for a save to a named path that exists, 13 and 6 for a value that does not fit its column.
+/// Text longer than its column is an error 3001, not a cut: writers cut.
 ///
 /// A row that AddNew began is pending until Update, another AddNew, a move or a filter commits it; Save writes
 /// committed rows only. Setting a filter goes to the first row that it lets through.
@@ -54,7 +54,8 @@ public:
     void Open(std::string_view path, SourceLocation where = SourceLocation::current());
     void Close(SourceLocation where = SourceLocation::current());
     [[nodiscard]] bool IsOpen() const noexcept;
-    /// Writes all committed rows, whatever the filter says. `path` empty: to where it was opened from or last saved.
+    /// Writes all committed rows, whatever the filter says, as a new file. `path` empty: in place of the file that the
+    /// table was opened from or last saved to.
     void Save(std::string_view path = {}, SourceLocation where = SourceLocation::current());
 
     /// Restricts the rows; the empty text lets all through.
