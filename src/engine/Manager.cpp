@@ -74,6 +74,14 @@ std::shared_ptr<kel::IgnoredThreats> Manager::IgnoredThreats() {
     return HandedOver(ignoredThreats_);
 }
 
+std::shared_ptr<kel::ScanHistory> Manager::ScanHistory() {
+    return HandedOver(scanHistory_);
+}
+
+std::shared_ptr<kel::Settings> Manager::Settings() {
+    return HandedOver(settings_);
+}
+
 std::string Manager::UserName() const {
     std::string name;
     ResumeNext([&] { name = platform::Current().system->Environment("USERNAME"); });

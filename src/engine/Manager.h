@@ -6,7 +6,9 @@
 
 #include "catalogue/Threats.h"
 #include "core/EngineState.h"
+#include "engine/Settings.h"
 #include "results/IgnoredThreats.h"
+#include "results/ScanHistory.h"
 #include "scanner/Scanner.h"
 
 namespace kel {
@@ -33,6 +35,8 @@ public:
     // A new object at each use: these have no state of their own.
     [[nodiscard]] std::shared_ptr<kel::Threats> Threats();
     [[nodiscard]] std::shared_ptr<kel::IgnoredThreats> IgnoredThreats();
+    [[nodiscard]] std::shared_ptr<kel::ScanHistory> ScanHistory();
+    [[nodiscard]] std::shared_ptr<kel::Settings> Settings();
 
     /// The environment variable "USERNAME" at this moment.
     [[nodiscard]] std::string UserName() const;
@@ -43,6 +47,8 @@ private:
     std::shared_ptr<kel::Scanner> scanner_;
     std::shared_ptr<kel::Threats> threats_;
     std::shared_ptr<kel::IgnoredThreats> ignoredThreats_;
+    std::shared_ptr<kel::ScanHistory> scanHistory_;
+    std::shared_ptr<kel::Settings> settings_;
 };
 
 }  // namespace kel

@@ -97,6 +97,21 @@ public:
     /// Level of the hash's signature; 0 for a hash that the table does not hold. The path plays no part.
     [[nodiscard]] std::int16_t GetFileOptionLevel(std::string_view MD5, std::string_view FilePath);
 
+    // The results as text in the form of XML; not all values are escaped. A threat without a name, or without locations
+    // of the kind, is left out, but for the full report. Custom locations are in none. Empty after a failure.
+
+    /// Empty when no cookie was detected.
+    [[nodiscard]] std::string ScanResultsCookies();
+    /// Empty when nothing was detected in the registry.
+    [[nodiscard]] std::string ScanResultsRegistry();
+    /// Reads the publisher of each file from its version record.
+    [[nodiscard]] std::string ScanResultsFiles();
+    [[nodiscard]] std::string ScanResultsFolders();
+    /// The threats without their locations.
+    [[nodiscard]] std::string ScanResultsSummary();
+    /// Every threat with all its files, folders, registry entries and cookies.
+    [[nodiscard]] std::string ScanResultsFull();
+
 private:
     /// The detection of a threat. Raises error 5 when it is not recorded, 91 when nothing is recorded for it.
     [[nodiscard]] DetectedThreat& Detected(std::int32_t threatID);
