@@ -64,6 +64,10 @@ public:
     /// @param szReason kept with the scan; empty: the usual text
     void AbortScan(std::string_view szReason);
 
+    /// Tests the programs of the running processes by their paths, whatever OptScanDepth says.
+    /// @param blnScanProcessModules also every module of each process
+    void ScanProcesses(bool blnScanProcessModules = false);
+
     // File identification; each answers the number of a threat, or 0 for none. modScannerFiles tells the rules.
 
     /// Tests a file by path and MD5, as the depth says.
@@ -74,8 +78,18 @@ public:
     /// Always 0: the catalogue has no table of bare file names.
     [[nodiscard]] std::int32_t FileThreatExists(std::string_view ThisFile);
 
+    /// Runs ScanFolder, with OptRecursiveFileScan and OptIncludeFolders, on the folders where software usually lives.
+    /// @param blnQuickScan not used
+    void ScanCommonLocations(bool blnQuickScan = false);
+    /// Looks for each file that a signature names by its path. That it is there is the whole test: its hash plays no
+    /// part. A path with wildcards stands for the first file that it finds.
+    void ScanKnownLocations();
+    /// The same for folders, whose contents are recorded too.
+    void ScanKnownFolders();
     /// Walks `StartPath`, or `C:\`, for files whose names match the catalogue's extension filter.
     void ScanKnownFiles(std::string_view StartPath = {});
+    /// Tests the files that autostart and browser extension points load. modScannerTactics tells the rules.
+    void ScanCommonTactics();
     /// Lists a folder, then tests each item. Without `blnRecursive` the items are bare names, which are looked for in
     /// the process's current folder. Beyond the direct subfolders only with `blnIncludeFolders`.
     void ScanFolder(std::string_view FolderPath, bool blnRecursive = false, bool blnIncludeFolders = false);
@@ -83,6 +97,13 @@ public:
     /// @param oclsFolderPaths folders for the variable form; null: those of the current scan
     [[nodiscard]] std::int32_t IsFolderThreat(std::string_view FolderPath,
                                               const std::shared_ptr<clsFolderPaths>& oclsFolderPaths = nullptr);
+
+    /// Asks of each registry signature, in the order of the table, whether its key, value or data is on this machine.
+    /// Each signature counts as one location. The registry is that of the user whom the engine runs as, whatever
+    /// ScanAllUsers says. The table's filter stays as the stage sets it.
+    void ScanRegistry();
+    /// Looks up the domain in the name of each cookie file: of the current user, or of all with ScanAllUsers.
+    void ScanCookies();
 
     /// The whole scan, as the options say. SetScanComplete runs in all cases.
     /// @return whether it was not aborted.
@@ -145,6 +166,12 @@ public:
 
     /// Gives nothing: its arguments go in by value.
     void GetScannerVersion(std::int32_t MajorVersion, std::int32_t MinorVersion, std::int32_t Revision) const;
+    /// The first registry signature that has these texts, without regard to case: the number of its threat, or 0. Tests
+    /// no level and nothing on the machine. Without a name but with a value the first signature of all answers. An
+    /// apostrophe in a text is a reported failure. The table's filter stays as it is set here.
+    /// @param RegHive name of a hive, as the table has it
+    [[nodiscard]] std::int32_t IsRegKeyThreat(std::string_view RegHive, std::string_view Regkey,
+                                              std::string_view RegValueName, const Value& RegValue);
     /// Version of the signatures as a number; 0 when its text is none, which is reported.
     [[nodiscard]] std::int32_t ScanDBVersion() const;
 
@@ -156,6 +183,9 @@ private:
     void RunQuickScan();
     void RunExhaustiveScan();
     void ScanKnownFilesCommon();
+
+    // The process scan where the process status calls list processes.
+    void ScanProcessesNT(bool scanProcessModules);
 
     // The walk of ScanDriveOrFolder and ScanKnownFiles.
     void FilesListSearch(std::string path, std::string_view pattern, bool report);

@@ -9,6 +9,7 @@
 #include "core/Failures.h"
 #include "core/Paths.h"
 #include "platform/Platform.h"
+#include "results/ScanHistory.h"
 #include "scanner/EngineData.h"
 #include "scanner/LaterStages.h"
 #include "scanner/Scanner.h"
@@ -112,7 +113,7 @@ void Scanner::SetScanComplete() {
         }
         scan->EndDate = Now();
         if (SharedByScanners().writeHistory) {
-            later::AddToScanHistory(*scan);
+            ScanHistory().Add(scan);
         }
     });
 }
@@ -139,7 +140,7 @@ bool Scanner::RunScanEasy() {
         }
         // A call that the yield behind a stage lets in may end the scan there.
         if (DoScanProcesses) {
-            later::ScanProcesses(OptScanProcessesDeep);
+            ScanProcesses(OptScanProcessesDeep);
             DoEvents();
         }
         if (DoMostCommon && !ScanAbortFlag()) {
@@ -151,11 +152,11 @@ bool Scanner::RunScanEasy() {
             DoEvents();
         }
         if (DoScanRegistry && !ScanAbortFlag()) {
-            later::ScanRegistry();
+            ScanRegistry();
             DoEvents();
         }
         if (DoScanCookies && !ScanAbortFlag()) {
-            later::ScanCookies();
+            ScanCookies();
             DoEvents();
         }
         SetScanComplete();
@@ -168,15 +169,15 @@ bool Scanner::RunScanEasy() {
 
 bool Scanner::ScanMostCommon() {
     Trap(Module, "ScanMostCommon", [&] {
-        later::ScanCommonTactics();
+        ScanCommonTactics();
         if (!DoSkipCommonFiles && !ScanAbortFlag()) {
             ScanKnownFiles();
         }
         if (!ScanAbortFlag()) {
-            later::ScanKnownFolders();
+            ScanKnownFolders();
         }
         if (!ScanAbortFlag()) {
-            later::ScanKnownLocations();
+            ScanKnownLocations();
         }
     });
     return false;
@@ -185,9 +186,9 @@ bool Scanner::ScanMostCommon() {
 void Scanner::RunQuickScan() {
     Trap(Module, "RunQuickScan", [&] {
         const std::function<void()> stages[] = {
-            [] { later::ScanProcesses(false); }, [] { later::ScanKnownLocations(); }, [this] { ScanKnownFiles(); },
-            [] { later::ScanKnownFolders(); },   [] { later::ScanCommonTactics(); },  [] { later::ScanRegistry(); },
-            [] { later::ScanCookies(); },
+            [this] { ScanProcesses(false); }, [this] { ScanKnownLocations(); }, [this] { ScanKnownFiles(); },
+            [this] { ScanKnownFolders(); },   [this] { ScanCommonTactics(); },  [this] { ScanRegistry(); },
+            [this] { ScanCookies(); },
         };
         for (const auto& stage : stages) {
             if (!ScanAbortFlag()) {
@@ -200,7 +201,7 @@ void Scanner::RunQuickScan() {
 
 void Scanner::RunExhaustiveScan() {
     Trap(Module, "RunExhaustiveScan", [&] {
-        later::ScanProcesses(true);
+        ScanProcesses(true);
         for (const std::string& drive : modFolderPaths::GetFixedDrives()) {
             if (ScanAbortFlag()) {
                 break;
@@ -208,10 +209,10 @@ void Scanner::RunExhaustiveScan() {
             ScanFolder(drive, false, false);
         }
         if (!ScanAbortFlag()) {
-            later::ScanRegistry();
+            ScanRegistry();
         }
         if (!ScanAbortFlag()) {
-            later::ScanCookies();
+            ScanCookies();
         }
         SetScanComplete();
     });

@@ -11,6 +11,7 @@
 #include "scanner/EngineData.h"
 #include "scanner/Scanner.h"
 #include "scanner/ScannerModule.h"
+#include "scanner/modScannerCookies.h"
 #include "scanner/modScannerFiles.h"
 
 namespace kel {
@@ -144,6 +145,10 @@ std::int32_t Scanner::FileThreatExists(std::string_view ThisFile) {
 std::int32_t Scanner::IsFolderThreat(std::string_view FolderPath,
                                      const std::shared_ptr<clsFolderPaths>& oclsFolderPaths) {
     return modScannerFiles::IsFolderThreat(FolderPath, oclsFolderPaths);
+}
+
+void Scanner::ScanCookies() {
+    modScannerCookies::ScanCookies();
 }
 
 std::int32_t Scanner::MD5ThreatExists(std::string_view ThisMD5) {

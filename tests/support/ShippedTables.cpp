@@ -56,30 +56,52 @@ void WriteThreats(const std::vector<ThreatRow>& rows, const std::string& path) {
     Save(table, path);
 }
 
-void WriteSignatures(const std::vector<SignatureRow>& rows, const std::string& path) {
+void WriteSignatures(const std::vector<SignatureRow>& rows, const std::string& path, bool levels = true) {
     Recordset table;
     table.AppendField("ThreatID", FieldType::Integer);
     table.AppendField("Key", FieldType::VarChar, KeySize);
-    table.AppendField("OptionalScan", FieldType::SmallInt);
+    if (levels) {
+        table.AppendField("OptionalScan", FieldType::SmallInt);
+    }
     table.Open();
     for (const SignatureRow& row : rows) {
         table.AddNew();
         table.Set("ThreatID", row.threat);
         table.Set("Key", row.key);
-        table.Set("OptionalScan", std::int32_t{row.level});
+        if (levels) {
+            table.Set("OptionalScan", std::int32_t{row.level});
+        }
         table.Update();
     }
     Save(table, path);
 }
 
-void WriteRegKeys(const std::string& path) {
+Value TextOrNull(const std::optional<std::string>& text) {
+    return text ? Value(*text) : Value(Null{});
+}
+
+void WriteRegKeys(const std::vector<RegKeyRow>& rows, const std::string& path, bool levels) {
     Recordset table;
     table.AppendField("ThreatID", FieldType::Integer);
     for (const char* name : {"RegHive", "RegKey", "RegValueName", "RegValueData"}) {
         table.AppendField(name, FieldType::VarChar, KeySize);
     }
-    table.AppendField("OptionalScan", FieldType::SmallInt);
+    if (levels) {
+        table.AppendField("OptionalScan", FieldType::SmallInt);
+    }
     table.Open();
+    for (const RegKeyRow& row : rows) {
+        table.AddNew();
+        table.Set("ThreatID", row.threat);
+        table.Set("RegHive", row.hive);
+        table.Set("RegKey", row.key);
+        table.Set("RegValueName", TextOrNull(row.name));
+        table.Set("RegValueData", TextOrNull(row.data));
+        if (levels) {
+            table.Set("OptionalScan", std::int32_t{row.level});
+        }
+        table.Update();
+    }
     Save(table, path);
 }
 
@@ -92,9 +114,9 @@ void ShippedTables::WriteTo(std::string_view folder) const {
     if (withMd5Table) {
         WriteSignatures(md5, at + "KelThreatFileMD5.sdb");
     }
-    WriteSignatures(paths, at + "KelThreatFilePath.sdb");
-    WriteSignatures(folders, at + "KelThreatFolder.sdb");
-    WriteRegKeys(at + "KelThreatRegKey.sdb");
+    WriteSignatures(paths, at + "KelThreatFilePath.sdb", withLevels);
+    WriteSignatures(folders, at + "KelThreatFolder.sdb", withLevels);
+    WriteRegKeys(regKeys, at + "KelThreatRegKey.sdb", withLevels);
 }
 
 }  // namespace kel::test

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -21,6 +22,15 @@ struct SignatureRow {
     std::int16_t level = 0;
 };
 
+struct RegKeyRow {
+    std::int32_t threat = 0;
+    std::string hive;
+    std::string key;
+    std::optional<std::string> name = {};  ///< null when it is nothing, and so is the data
+    std::optional<std::string> data = {};
+    std::int16_t level = 0;
+};
+
 /// A version row with "105" stands in the threat table beside what is named here. A table without rows is an empty one.
 struct ShippedTables {
     std::vector<ThreatRow> threats;
@@ -28,7 +38,10 @@ struct ShippedTables {
     std::vector<SignatureRow> md5;
     std::vector<SignatureRow> paths;
     std::vector<SignatureRow> folders;
+    std::vector<RegKeyRow> regKeys;
     bool withMd5Table = true;
+
+    bool withLevels = true;  ///< false: the path, folder and registry tables have no column for them
 
     /// Writes the tables that every data folder has, in place of any that are there.
     /// @param folder with a trailing backslash
