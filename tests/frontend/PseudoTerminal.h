@@ -45,16 +45,20 @@ public:
 
     /// What was written on it since the last call; at most a few thousand bytes may wait.
     [[nodiscard]] std::string Read() const {
+        // What is written arrives some time later, so a mark behind it tells where it ends.
+        std::fputc('\0', file_);
         std::fflush(file_);
         std::string text;
         char block[4096];
-        for (int waiting = 0; ::ioctl(master_, FIONREAD, &waiting) == 0 && waiting > 0;) {
+        while (text.empty() || text.back() != '\0') {
             const ssize_t size = ::read(master_, block, sizeof block);
             if (size <= 0) {
-                break;
+                ADD_FAILURE() << "the terminal can't be read";
+                return text;
             }
             text.append(block, static_cast<std::size_t>(size));
         }
+        text.pop_back();
         return text;
     }
 

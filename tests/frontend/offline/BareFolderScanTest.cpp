@@ -79,6 +79,18 @@ TEST_F(BareFolderScan, JsonLinesTellTheSame) {
                     R"("unreadable":0,"abort_reason":"","seconds":<seconds>})"));
 }
 
+TEST_F(BareFolderScan, EachScanHasAnIdentifierOfItsOwnOfThirtyCharacters) {
+    const std::string before = "\"scan\":\"";
+    const auto identifier = [&] {
+        const std::string text = Scan({"--format", "jsonl"}).out;
+        const std::size_t from = text.find(before) + before.size();
+        return text.substr(from, text.find('"', from) - from);
+    };
+    const std::string first = identifier();
+    EXPECT_EQ(first.size(), 30U);
+    EXPECT_NE(identifier(), first);
+}
+
 TEST_F(BareFolderScan, WithoutATerminalThereAreNoColoursAndNoProgress) {
     Write("machine/song.exe", Bad());
     const Outcome outcome =
