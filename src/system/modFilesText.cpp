@@ -43,13 +43,15 @@ void WriteLine(std::string_view text, std::string_view path, OpenMode mode) {
     }
 }
 
-std::string WholeFile(std::string_view path) {
+// Calls `read` with the bytes of the whole file, without a copy of them.
+template <class Read>
+std::string FromFile(std::string_view path, Read&& read) {
     auto view = Files().View(path);
     if (!view) {
         paths::RaiseFileError(view.Error(), path);
     }
     const auto bytes = (*view)->Bytes();
-    return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
+    return read(std::string_view(reinterpret_cast<const char*>(bytes.data()), bytes.size()));
 }
 
 std::string JoinLines(std::string_view text, std::string_view lineEnd) {
@@ -110,7 +112,8 @@ std::string TextFileRead(std::string_view path, bool blnKeepLineBreaks) {
     std::string result;
     Trap(Module, "TextFileRead", [&] {
         if (FileExists(path)) {
-            result = JoinLines(WholeFile(path), blnKeepLineBreaks ? "\r\n" : "");
+            result =
+                FromFile(path, [&](std::string_view text) { return JoinLines(text, blnKeepLineBreaks ? "\r\n" : ""); });
         }
     });
     return result;
@@ -120,7 +123,7 @@ std::string ShortcutTargetPath(std::string_view path) {
     std::string result;
     Trap(Module, "ShortcutTargetPath", [&] {
         if (FileExists(path)) {
-            result = TargetIn(WholeFile(path));
+            result = FromFile(path, TargetIn);
         }
     });
     return result;
