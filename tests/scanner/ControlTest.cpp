@@ -10,8 +10,10 @@
 namespace kel::test {
 namespace {
 
+using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
+using ::testing::Not;
 using ::testing::SizeIs;
 
 class Control : public ScanTest {
@@ -263,9 +265,19 @@ TEST_F(Control, ResettingWithoutAScanIsNoFailure) {
 
 TEST_F(Control, TheMostCommonPlacesAnswerFalseAndLookForKnownFiles) {
     Begin();
-    abortAtPoll = 1;
+    abortAtPoll = 14;
     EXPECT_FALSE(scanner.ScanMostCommon());
-    EXPECT_THAT(StartedLocations(), ElementsAre("Loading drive details..."));
+    ASSERT_THAT(started, SizeIs(14));
+    EXPECT_EQ(started.front().location, "Scanning start up programs");
+    EXPECT_EQ(started[12].location, "Scanning Winlogon Shell Programs");
+    EXPECT_EQ(started.back().location, "Loading drive details...");
+}
+
+TEST_F(Control, AnAbortAmongTheTacticsEndsTheMostCommonPlaces) {
+    Begin();
+    abortAtPoll = 13;
+    EXPECT_FALSE(scanner.ScanMostCommon());
+    EXPECT_THAT(started, SizeIs(13));
 }
 
 TEST_F(Control, KnownFilesCanBeLeftOut) {
@@ -273,7 +285,8 @@ TEST_F(Control, KnownFilesCanBeLeftOut) {
     scanner.SetSkipCommonFiles(true);
     EXPECT_TRUE(scanner.DoSkipCommonFiles);
     EXPECT_FALSE(scanner.ScanMostCommon());
-    EXPECT_THAT(started, IsEmpty());
+    EXPECT_THAT(StartedLocations(), Not(Contains("Loading drive details...")));
+    EXPECT_FALSE(started.empty());
     scanner.DoSkipCommonFiles = false;
     EXPECT_FALSE(scanner.SkipCommonFiles());
 }
