@@ -135,7 +135,7 @@ private:
     }
 };
 
-/// A process list and the first module of each process.
+/// A process list, the first module of each process and the threads of the machine. What is to be ended is remembered.
 class FakeProcesses : public decorators::ForwardingProcesses {
 public:
     using ForwardingProcesses::ForwardingProcesses;
@@ -145,8 +145,38 @@ public:
     std::uint32_t accessAsked = 0;
     std::uint32_t handleBytesAsked = 0;
     std::uint32_t capacityAsked = 0;
+    bool listsProcesses = true;
+    std::vector<platform::ThreadEntry> threads;
+    bool listsThreads = true;
+    struct Ended {
+        std::uint32_t id = 0;
+        std::uint32_t access = 0;
+        std::uint32_t exitCode = 0;
+        friend bool operator==(const Ended&, const Ended&) = default;
+    };
+    std::vector<Ended> endedProcesses;
+    std::vector<Ended> endedThreads;
 
-    platform::Result<std::vector<platform::ProcessEntry>> Snapshot() override { return entries; }
+    platform::Result<std::vector<platform::ProcessEntry>> Snapshot() override {
+        if (!listsProcesses) {
+            return platform::SysError::NoMoreFiles;
+        }
+        return entries;
+    }
+    platform::Result<std::vector<platform::ThreadEntry>> SnapshotThreads(std::uint32_t) override {
+        if (!listsThreads) {
+            return platform::SysError::NoMoreFiles;
+        }
+        return threads;
+    }
+    platform::SysError EndProcess(std::uint32_t processId, std::uint32_t access, std::uint32_t exitCode) override {
+        endedProcesses.push_back({processId, access, exitCode});
+        return platform::SysError::AccessDenied;
+    }
+    platform::SysError EndThread(std::uint32_t threadId, std::uint32_t access, std::uint32_t exitCode) override {
+        endedThreads.push_back({threadId, access, exitCode});
+        return platform::SysError::AccessDenied;
+    }
     platform::SysError CanOpen(std::uint32_t, std::uint32_t access) override {
         accessAsked = access;
         return granted ? platform::SysError::Success : platform::SysError::AccessDenied;
@@ -161,6 +191,54 @@ public:
         }
         return found->second;
     }
+};
+
+/// A service control manager with one service.
+class FakeServices : public decorators::ForwardingServices {
+public:
+    using ForwardingServices::ForwardingServices;
+    bool opens = true;
+    std::string service;
+    platform::SysError answer = platform::SysError::Success;
+    std::vector<std::string> calls;  ///< each with its arguments
+
+    platform::Result<std::unique_ptr<platform::ServiceManager>> OpenManager(std::string_view machine,
+                                                                            std::string_view database,
+                                                                            std::uint32_t access) override {
+        calls.push_back("manager " + std::string(machine) + " " + std::string(database) + " " + std::to_string(access));
+        if (!opens) {
+            return platform::SysError::AccessDenied;
+        }
+        return std::unique_ptr<platform::ServiceManager>(std::make_unique<Manager>(*this));
+    }
+
+private:
+    struct OpenService : platform::Service {
+        explicit OpenService(FakeServices& services) : owner(services) {}
+        ~OpenService() override { owner.calls.emplace_back("close service"); }
+        OpenService(const OpenService&) = delete;
+        OpenService& operator=(const OpenService&) = delete;
+        platform::SysError Control(std::uint32_t control) override {
+            owner.calls.push_back("control " + std::to_string(control));
+            return owner.answer;
+        }
+        FakeServices& owner;
+    };
+    struct Manager : platform::ServiceManager {
+        explicit Manager(FakeServices& services) : owner(services) {}
+        ~Manager() override { owner.calls.emplace_back("close manager"); }
+        Manager(const Manager&) = delete;
+        Manager& operator=(const Manager&) = delete;
+        platform::Result<std::unique_ptr<platform::Service>> Open(std::string_view name,
+                                                                  std::uint32_t access) override {
+            owner.calls.push_back("service " + std::string(name) + " " + std::to_string(access));
+            if (name != owner.service) {
+                return platform::SysError::ServiceDoesNotExist;
+            }
+            return std::unique_ptr<platform::Service>(std::make_unique<OpenService>(owner));
+        }
+        FakeServices& owner;
+    };
 };
 
 /// A version block whose entries are given one by one.

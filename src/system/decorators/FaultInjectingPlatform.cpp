@@ -36,7 +36,13 @@ public:
     void Unlock(std::string_view path) { locked_.erase(FullPath(inner_, path)); }
     void LimitBytes(std::uint64_t bytes) { bytesLeft_ = bytes; }
     void FailReads(std::string_view path, SysError error) { unreadable_[FullPath(inner_, path)] = error; }
+    void FailProcessLists(SysError error) { processLists_ = error; }
+    void FailProcess(std::uint32_t processId, SysError error) { protected_[processId] = error; }
+    void FailServices(SysError error) { services_ = error; }
     void Clear() {
+        processLists_ = SysError::Success;
+        protected_.clear();
+        services_ = SysError::Success;
         first_ = Never;
         last_ = 0;
         locked_.clear();
@@ -60,6 +66,12 @@ public:
         const auto found = unreadable_.find(FullPath(inner_, path));
         return found == unreadable_.end() ? SysError::Success : found->second;
     }
+    [[nodiscard]] SysError ProcessListError() const { return processLists_; }
+    [[nodiscard]] SysError ProcessError(std::uint32_t processId) const {
+        const auto found = protected_.find(processId);
+        return found == protected_.end() ? SysError::Success : found->second;
+    }
+    [[nodiscard]] SysError ServicesError() const { return services_; }
     // Takes up to `wanted` bytes of what the disk still holds.
     std::size_t TakeBytes(std::size_t wanted) {
         if (bytesLeft_ == Never) {
@@ -79,6 +91,9 @@ private:
     std::uint64_t bytesLeft_ = Never;
     std::set<std::string> locked_;
     std::map<std::string, SysError> unreadable_;
+    SysError processLists_ = SysError::Success;
+    std::map<std::uint32_t, SysError> protected_;
+    SysError services_ = SysError::Success;
 };
 
 class FaultyFile : public ForwardingOpenFile {
@@ -241,6 +256,114 @@ private:
     Faults& faults_;
 };
 
+class FaultyProcesses : public ForwardingProcesses {
+public:
+    FaultyProcesses(platform::Processes& inner, Faults& faults) : ForwardingProcesses(inner), faults_(faults) {}
+
+    Result<std::vector<platform::ProcessEntry>> Snapshot() override {
+        return List([this] { return Inner().Snapshot(); });
+    }
+    Result<std::vector<platform::ThreadEntry>> SnapshotThreads(std::uint32_t processId) override {
+        return List([&] { return Inner().SnapshotThreads(processId); });
+    }
+    Result<std::vector<std::uint32_t>> Identifiers(std::uint32_t most) override {
+        return List([&] { return Inner().Identifiers(most); });
+    }
+    Result<std::vector<std::string>> SnapshotModules(std::uint32_t processId) override {
+        return List([&] { return Of(processId, [&] { return Inner().SnapshotModules(processId); }); });
+    }
+    Result<std::vector<std::string>> ModulePaths(std::uint32_t processId, std::uint32_t most,
+                                                 std::uint32_t capacity) override {
+        return List([&] { return Of(processId, [&] { return Inner().ModulePaths(processId, most, capacity); }); });
+    }
+    Result<std::string> FirstModulePath(std::uint32_t processId, std::uint32_t handleBytes,
+                                        std::uint32_t capacity) override {
+        return Of(processId, [&] { return Inner().FirstModulePath(processId, handleBytes, capacity); });
+    }
+    SysError CanOpen(std::uint32_t processId, std::uint32_t access) override {
+        const SysError error = faults_.ProcessError(processId);
+        return error != SysError::Success ? error : Inner().CanOpen(processId, access);
+    }
+    SysError EndProcess(std::uint32_t processId, std::uint32_t access, std::uint32_t exitCode) override {
+        if (const SysError error = faults_.CountWrite(); error != SysError::Success) {
+            return error;
+        }
+        const SysError error = faults_.ProcessError(processId);
+        return error != SysError::Success ? error : Inner().EndProcess(processId, access, exitCode);
+    }
+    SysError EndThread(std::uint32_t threadId, std::uint32_t access, std::uint32_t exitCode) override {
+        const SysError error = faults_.CountWrite();
+        return error != SysError::Success ? error : Inner().EndThread(threadId, access, exitCode);
+    }
+
+private:
+    template <class Call>
+    auto List(Call call) -> decltype(call()) {
+        const SysError error = faults_.ProcessListError();
+        return error != SysError::Success ? error : call();
+    }
+    template <class Call>
+    auto Of(std::uint32_t processId, Call call) -> decltype(call()) {
+        const SysError error = faults_.ProcessError(processId);
+        return error != SysError::Success ? error : call();
+    }
+
+    Faults& faults_;
+};
+
+class FaultyService : public platform::Service {
+public:
+    FaultyService(std::unique_ptr<platform::Service> inner, Faults& faults)
+        : inner_(std::move(inner)), faults_(faults) {}
+
+    SysError Control(std::uint32_t control) override {
+        const SysError error = faults_.CountWrite();
+        return error != SysError::Success ? error : inner_->Control(control);
+    }
+
+private:
+    std::unique_ptr<platform::Service> inner_;
+    Faults& faults_;
+};
+
+class FaultyServiceManager : public ForwardingServiceManager {
+public:
+    FaultyServiceManager(std::unique_ptr<platform::ServiceManager> inner, Faults& faults)
+        : ForwardingServiceManager(std::move(inner)), faults_(faults) {}
+
+    Result<std::unique_ptr<platform::Service>> Open(std::string_view name, std::uint32_t access) override {
+        auto service = Inner().Open(name, access);
+        if (!service) {
+            return service.Error();
+        }
+        return std::unique_ptr<platform::Service>(std::make_unique<FaultyService>(*std::move(service), faults_));
+    }
+
+private:
+    Faults& faults_;
+};
+
+class FaultyServices : public ForwardingServices {
+public:
+    FaultyServices(platform::Services& inner, Faults& faults) : ForwardingServices(inner), faults_(faults) {}
+
+    Result<std::unique_ptr<platform::ServiceManager>> OpenManager(std::string_view machine, std::string_view database,
+                                                                  std::uint32_t access) override {
+        if (const SysError error = faults_.ServicesError(); error != SysError::Success) {
+            return error;
+        }
+        auto manager = Inner().OpenManager(machine, database, access);
+        if (!manager) {
+            return manager.Error();
+        }
+        return std::unique_ptr<platform::ServiceManager>(
+            std::make_unique<FaultyServiceManager>(*std::move(manager), faults_));
+    }
+
+private:
+    Faults& faults_;
+};
+
 }  // namespace
 
 struct FaultInjectingPlatform::Impl {
@@ -249,10 +372,14 @@ struct FaultInjectingPlatform::Impl {
           faults(platform),
           files(*platform.files, faults),
           registry(*platform.registry, faults),
-          shell(*platform.shell, faults) {
+          shell(*platform.shell, faults),
+          processes(*platform.processes, faults),
+          services(*platform.services, faults) {
         view.files = &files;
         view.registry = &registry;
         view.shell = &shell;
+        view.processes = &processes;
+        view.services = &services;
     }
 
     Platform view;
@@ -260,6 +387,8 @@ struct FaultInjectingPlatform::Impl {
     FaultyFiles files;
     FaultyRegistry registry;
     FaultyShell shell;
+    FaultyProcesses processes;
+    FaultyServices services;
 };
 
 FaultInjectingPlatform::FaultInjectingPlatform(const Platform& inner) : impl_(std::make_unique<Impl>(inner)) {
@@ -297,6 +426,18 @@ void FaultInjectingPlatform::DiskFullAfter(std::uint64_t bytes) {
 
 void FaultInjectingPlatform::FailReads(std::string_view path, SysError error) {
     impl_->faults.FailReads(path, error);
+}
+
+void FaultInjectingPlatform::FailProcessLists(SysError error) {
+    impl_->faults.FailProcessLists(error);
+}
+
+void FaultInjectingPlatform::FailProcess(std::uint32_t processId, SysError error) {
+    impl_->faults.FailProcess(processId, error);
+}
+
+void FaultInjectingPlatform::FailServices(SysError error) {
+    impl_->faults.FailServices(error);
 }
 
 void FaultInjectingPlatform::Clear() {

@@ -11,8 +11,8 @@ namespace kel::decorators {
 
 /// Counts writes and lets some operations fail. A write is everything that changes the machine: writing to an open
 /// file, opening for anything but reading, deleting, moving, making folders, setting attributes, the shell's delete,
-/// and each change of the registry with its commit. A failing operation changes nothing. Without faults everything is
-/// passed on.
+/// each change of the registry with its commit, ending a process or a thread, and controlling a service. A failing
+/// operation changes nothing. Without faults everything is passed on.
 class FaultInjectingPlatform {
 public:
     /// The parts of `inner` must outlive this object.
@@ -42,6 +42,13 @@ public:
 
     /// Reading the file's bytes fails; it can still be opened, but not viewed.
     void FailReads(std::string_view path, platform::SysError error);
+
+    /// Lists of processes, threads and modules can't be had, by whichever call.
+    void FailProcessLists(platform::SysError error);
+    /// The process is protected: opening it fails, and with it reading its modules and ending it.
+    void FailProcess(std::uint32_t processId, platform::SysError error);
+    /// The service control manager can't be opened.
+    void FailServices(platform::SysError error);
 
     /// Takes back all faults. The count goes on.
     void Clear();

@@ -140,6 +140,49 @@ private:
     const WriteRules& rules_;
 };
 
+class ReadOnlyProcesses : public ForwardingProcesses {
+public:
+    using ForwardingProcesses::ForwardingProcesses;
+
+    SysError EndProcess(std::uint32_t processId, std::uint32_t access, std::uint32_t) override {
+        const SysError error = Inner().CanOpen(processId, access);
+        return error == SysError::Success ? SysError::AccessDenied : error;
+    }
+    SysError EndThread(std::uint32_t, std::uint32_t, std::uint32_t) override { return SysError::AccessDenied; }
+};
+
+class ReadOnlyService : public platform::Service {
+public:
+    SysError Control(std::uint32_t) override { return SysError::AccessDenied; }
+};
+
+class ReadOnlyServiceManager : public ForwardingServiceManager {
+public:
+    using ForwardingServiceManager::ForwardingServiceManager;
+
+    Result<std::unique_ptr<platform::Service>> Open(std::string_view name, std::uint32_t access) override {
+        const auto service = Inner().Open(name, access);
+        if (!service) {
+            return service.Error();
+        }
+        return std::unique_ptr<platform::Service>(std::make_unique<ReadOnlyService>());
+    }
+};
+
+class ReadOnlyServices : public ForwardingServices {
+public:
+    using ForwardingServices::ForwardingServices;
+
+    Result<std::unique_ptr<platform::ServiceManager>> OpenManager(std::string_view machine, std::string_view database,
+                                                                  std::uint32_t access) override {
+        auto manager = Inner().OpenManager(machine, database, access);
+        if (!manager) {
+            return manager.Error();
+        }
+        return std::unique_ptr<platform::ServiceManager>(std::make_unique<ReadOnlyServiceManager>(*std::move(manager)));
+    }
+};
+
 }  // namespace
 
 struct ReadOnlyPlatform::Impl {
@@ -148,10 +191,14 @@ struct ReadOnlyPlatform::Impl {
           rules(platform),
           files(*platform.files, rules),
           registry(*platform.registry),
-          shell(*platform.shell, rules) {
+          shell(*platform.shell, rules),
+          processes(*platform.processes),
+          services(*platform.services) {
         view.files = &files;
         view.registry = &registry;
         view.shell = &shell;
+        view.processes = &processes;
+        view.services = &services;
         view.can.writable = false;
     }
 
@@ -160,6 +207,8 @@ struct ReadOnlyPlatform::Impl {
     ReadOnlyFiles files;
     ReadOnlyRegistry registry;
     ReadOnlyShell shell;
+    ReadOnlyProcesses processes;
+    ReadOnlyServices services;
 };
 
 ReadOnlyPlatform::ReadOnlyPlatform(const Platform& inner) : impl_(std::make_unique<Impl>(inner)) {
