@@ -39,4 +39,24 @@ namespace kel::modCleanerHelper {
 [[nodiscard]] std::string GetCLSIDfromRegistryLocations(platform::Hive hive, std::string_view key,
                                                         std::string_view name, std::string_view data);
 
+// Repairs of what threats change and nobody wants deleted.
+
+/// Takes every line that contains `text`, without regard to case, out of a text file, and with them the lines of fewer
+/// than two characters. What stays is trimmed. A read-only file is read-only again afterwards; nothing happens when the
+/// file is missing. A file that can't be read as a whole is not written.
+void RemoveFullLineFromFile(std::string_view text, std::string_view path);
+/// Writes what the settings expect in a value of the browser; without that, `original` over data that are there. A
+/// value that is missing or empty stays so.
+/// @param name empty for the default value
+void ResetIEURL(platform::Hive hive, std::string_view key, std::string_view name, std::string_view original);
+/// Gives the browser back the addresses that it was shipped with, wherever it has any.
+void RestoreIEURLSettings();
+
+// The cleaner's log.
+
+/// Whether CleanerLog writes; false at first.
+[[nodiscard]] bool& EnableLog();
+/// Appends the present date and time, "::" and the text to `logs\cleaner.log` in the user data folder.
+void CleanerLog(std::string_view text);
+
 }  // namespace kel::modCleanerHelper

@@ -1,0 +1,134 @@
+// Repairs of what threats change and nobody wants deleted.
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <string>
+
+#include "core/Failures.h"
+#include "core/Paths.h"
+#include "core/Text.h"
+#include "core/Value.h"
+#include "platform/Platform.h"
+#include "rules/BrowserAddresses.h"
+#include "rules/modCleanerHelper.h"
+#include "system/modFiles.h"
+#include "system/modFolderPaths.h"
+#include "system/modRegistry.h"
+
+namespace kel::modCleanerHelper {
+
+namespace {
+
+constexpr std::string_view Module = "modCleanerHelper";
+constexpr std::int32_t RegSz = 1;
+
+// A line that is worth keeping has two characters at least.
+constexpr std::size_t ShortestLine = 2;
+
+// Lifts a file's write protection for its lifetime.
+class WritableFile {
+public:
+    explicit WritableFile(std::string_view path)
+        : path_(path), attributes_(Files().Attributes(path).ValueOr(platform::AttributeNormal)) {
+        if (IsReadOnly()) {
+            Files().SetAttributes(path_, attributes_ & ~static_cast<std::uint32_t>(platform::AttributeReadOnly));
+        }
+    }
+    ~WritableFile() {
+        if (IsReadOnly()) {
+            Files().SetAttributes(path_, attributes_);
+        }
+    }
+    WritableFile(const WritableFile&) = delete;
+    WritableFile& operator=(const WritableFile&) = delete;
+
+private:
+    static platform::Files& Files() { return *platform::Current().files; }
+    [[nodiscard]] bool IsReadOnly() const { return (attributes_ & platform::AttributeReadOnly) != 0; }
+
+    std::string path_;
+    std::uint32_t attributes_;
+};
+
+std::string ContentsOf(std::string_view path) {
+    const auto view = platform::Current().files->View(path);
+    if (!view) {
+        paths::RaiseFileError(view.Error(), path);
+    }
+    const auto bytes = (*view)->Bytes();
+    return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
+}
+
+std::string LinesWithout(std::string_view lines, std::string_view text) {
+    std::string kept;
+    while (!lines.empty()) {
+        const std::size_t end = std::min(lines.find_first_of("\r\n"), lines.size());
+        const std::string_view line = Trim(lines.substr(0, end));
+        if (line.size() >= ShortestLine && !ContainsText(line, text)) {
+            kept.append(line).append("\r\n");
+        }
+        lines.remove_prefix(std::min(end + 1, lines.size()));
+    }
+    return kept;
+}
+
+// Writes before it cuts, so that a full disk does not cost what was there.
+void Overwrite(std::string_view path, std::string_view bytes) {
+    const WritableFile writable(path);
+    auto file = platform::Current().files->Open(path, platform::OpenMode::ReadWrite);
+    if (!file) {
+        paths::RaiseFileError(file.Error(), path);
+    }
+    platform::SysError error = (*file)->Write(std::as_bytes(std::span(bytes)));
+    if (error == platform::SysError::Success) {
+        error = (*file)->SetEnd();
+    }
+    if (error != platform::SysError::Success) {
+        paths::RaiseFileError(error, path);
+    }
+}
+
+void Reset(const addresses::Address& address) {
+    std::string original(address.original);
+    if (original.starts_with(addresses::SystemFolder)) {
+        original.replace(0, addresses::SystemFolder.size(), modFolderPaths::GetSystemFolder());
+    }
+    ResetIEURL(address.hive, address.key, address.name, original);
+}
+
+}  // namespace
+
+void RemoveFullLineFromFile(std::string_view text, std::string_view path) {
+    Trap(Module, "RemoveFullLineFromFile", [&] {
+        if (!modFiles::FileExists(path)) {
+            return;
+        }
+        Overwrite(path, LinesWithout(ContentsOf(path), text));
+    });
+}
+
+void ResetIEURL(platform::Hive hive, std::string_view key, std::string_view name, std::string_view original) {
+    Trap(Module, "ResetIEURL", [&] {
+        const std::string expected = addresses::Expected(hive, key, name);
+        if (!expected.empty()) {
+            modRegistry::SetRegistryValue(hive, key, name, expected, RegSz);
+        } else if (!ToText(modRegistry::GetRegistryValue(hive, key, name)).empty()) {
+            modRegistry::SetRegistryValue(hive, key, name, std::string(original), RegSz);
+        }
+    });
+}
+
+void RestoreIEURLSettings() {
+    Trap(Module, "RestoreIEURLSettings", [&] {
+        CleanerLog("Restore IE URL settings");
+        for (const addresses::Address& address : addresses::Hijackable) {
+            Reset(address);
+        }
+        for (const addresses::Address& address : addresses::SchemePrefixes) {
+            Reset(address);
+        }
+    });
+}
+
+}  // namespace kel::modCleanerHelper
