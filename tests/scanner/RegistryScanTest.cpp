@@ -62,6 +62,15 @@ TEST_F(RegistryScan, AKeyThatIsThereIsADetectionAndOneThatIsNotIsOnlyNamed) {
     EXPECT_THAT(Reported(), IsEmpty());
 }
 
+TEST_F(RegistryScan, WhatLiesBelowAKeyIsRecordedBehindIt) {
+    ASSERT_TRUE(modRegistry::SetRegistryValue(HiveCurrentUser, X() + "\\Below", "Deep", std::string("1"), 1));
+    Add(1, X());
+    Begin();
+    scanner.ScanRegistry();
+    EXPECT_THAT(Locations(1),
+                ElementsAre(X() + " [] = , 0", X() + "\\Below [Deep] = 1, 0", X() + " [Name] = Some Data, 0"));
+}
+
 TEST_F(RegistryScan, OneBackslashAtEachEndOfAKeyDoesNotCount) {
     Add(1, "\\" + X() + "\\", "Name");
     Begin();
