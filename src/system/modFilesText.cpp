@@ -123,7 +123,7 @@ std::string ShortcutTargetPath(std::string_view path) {
     std::string result;
     Trap(Module, "ShortcutTargetPath", [&] {
         if (FileExists(path)) {
-            result = FromFile(path, TargetIn);
+            result = platform::Current().text->FromAnsi(FromFile(path, TargetIn));
         }
     });
     return result;

@@ -96,6 +96,22 @@ TEST_F(WindowsDisk, ProfilesLieWhereTheRegistrySays) {
     EXPECT_EQ(Value(HiveClassesRoot, ".doc", ""), "ada");
 }
 
+TEST_F(WindowsDisk, ItsFilesAreInItsOwnCodePage) {
+    MakeXp();
+    Hive("WINDOWS/system32/config/SYSTEM",
+         {{u"Select", u"Current", u"", 1}, {u"ControlSet001\\Control\\Nls\\CodePage", u"ACP", u"1251"}});
+    Open();
+    EXPECT_EQ(Machine().View().text->FromAnsi("\xCF\xE0\xEF\xEA\xE0 \x98"), "\u041F\u0430\u043F\u043A\u0430 \u0098");
+    Hive("WINDOWS/system32/config/SYSTEM",
+         {{u"Select", u"Current", u"", 1}, {u"ControlSet001\\Control\\Nls\\CodePage", u"ACP", u"932"}});
+    Open();
+    EXPECT_EQ(Machine().View().text->FromAnsi("\x83\x65\x83\x58\x83\x67.exe"), "\u30C6\u30B9\u30C8.exe");
+    Hive("WINDOWS/system32/config/SYSTEM",
+         {{u"Select", u"Current", u"", 1}, {u"ControlSet001\\Control\\Nls\\CodePage", u"ACP", u"99999"}});
+    Open();
+    EXPECT_EQ(Machine().View().text->FromAnsi("\xE9 \x81"), "\u00E9 \u0081") << "as a western one";
+}
+
 TEST_F(WindowsDisk, SinceVistaProgramDataIsEverybodys) {
     constexpr std::u16string_view Profiles = u"Microsoft\\Windows NT\\CurrentVersion\\ProfileList";
     Hive("Windows/System32/config/SYSTEM", {{u"Select", u"Current", u"", 1}});

@@ -58,5 +58,11 @@ TEST_F(Text, ConvertsToUtf8AndBack) {
     }
 }
 
+TEST_F(Text, WhatAFileHoldsInTheMachinesCodePageBecomesTextOfTheEngine) {
+    EXPECT_EQ(TheText().FromAnsi(""), "");
+    EXPECT_EQ(TheText().FromAnsi("plain"), "plain");
+    EXPECT_EQ(TheText().ToUtf8(TheText().FromAnsi("\xE9t\xE9 \x80")), "\xC3\xA9t\xC3\xA9 \xE2\x82\xAC");
+}
+
 }  // namespace
 }  // namespace kel::test

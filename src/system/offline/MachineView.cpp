@@ -28,6 +28,7 @@ constexpr std::string_view UserShellFoldersKey =
     "Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\User Shell Folders";
 constexpr std::string_view MachineEnvironment = "SYSTEM\\CurrentControlSet\\Control\\Session Manager\\Environment";
 constexpr std::string_view UserEnvironment = "Environment";
+constexpr std::string_view CodePageKey = "SYSTEM\\CurrentControlSet\\Control\\Nls\\CodePage";
 constexpr std::u16string_view DefaultSid = u"S-1-5-21-0-0-0-1000";
 
 constexpr std::array<std::string_view, 2> WindowsFolders{"C:\\WINDOWS", "C:\\WINNT"};
@@ -419,6 +420,10 @@ bool MachineView::HasRegistry() const {
 
 platform::SystemInfo& MachineView::System() {
     return impl_->system;
+}
+
+std::string MachineView::CodePage() {
+    return ReadText(impl_->registry, platform::HiveLocalMachine, CodePageKey, "ACP").value_or(std::string());
 }
 
 platform::Result<std::string> MachineView::SpecialFolder(int identifier) {

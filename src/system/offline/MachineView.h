@@ -45,6 +45,8 @@ public:
     [[nodiscard]] platform::Registry& Registry();
     [[nodiscard]] bool HasRegistry() const;
     [[nodiscard]] platform::SystemInfo& System();
+    /// The number of its ANSI code page, as the registry has it; empty where that does not tell.
+    [[nodiscard]] std::string CodePage();
     /// What Shell::SpecialFolder answers.
     [[nodiscard]] platform::Result<std::string> SpecialFolder(int identifier);
 

@@ -61,6 +61,9 @@ OfflinePlatform::Impl::Impl(const MachineOptions& options) {
     files.SetCurrentFolder("C:\\");
     machine =
         std::make_unique<MachineView>(options, files, [this](std::string_view path) { return files.HostPath(path); });
+    if (const std::string codePage = machine->CodePage(); !codePage.empty()) {
+        text.SetCodePage(codePage);
+    }
     plain.files = &files;
     plain.registry = &machine->Registry();
     plain.processes = &processes;

@@ -1,6 +1,7 @@
 // Text rules of a machine that does not run: UTF-8, case as file and key names have it.
 #pragma once
 
+#include "offline/AnsiCodePage.h"
 #include "platform/Text.h"
 
 namespace kel::offline {
@@ -14,6 +15,13 @@ public:
     std::size_t Prefix(std::string_view text, std::size_t count) override;
     std::string ToUtf8(std::string_view text) override { return std::string(text); }
     std::string FromUtf8(std::string_view text) override { return std::string(text); }
+    std::string FromAnsi(std::string_view bytes) override { return codePage_.ToUtf8(bytes); }
+
+    /// The machine's code page, as the registry has its number.
+    void SetCodePage(const std::string& number) { codePage_ = AnsiCodePage(number); }
+
+private:
+    AnsiCodePage codePage_;
 };
 
 /// A file name as it is compared: upper case, bytes that are no UTF-8 unchanged.

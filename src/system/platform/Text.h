@@ -18,6 +18,8 @@ public:
     /// Conversion for files that hold UTF-8. What can't be converted becomes `?`.
     virtual std::string ToUtf8(std::string_view text) = 0;
     virtual std::string FromUtf8(std::string_view text) = 0;
+    /// What a file of the machine holds in the machine's code page, as text of the engine.
+    virtual std::string FromAnsi(std::string_view bytes) = 0;
 };
 
 }  // namespace kel::platform

@@ -12,6 +12,7 @@ public:
     std::size_t Prefix(std::string_view text, std::size_t count) override;
     std::string ToUtf8(std::string_view text) override;
     std::string FromUtf8(std::string_view text) override;
+    std::string FromAnsi(std::string_view bytes) override { return std::string(bytes); }
 };
 
 }  // namespace kel::windows
