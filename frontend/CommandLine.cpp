@@ -6,6 +6,7 @@
 #include <sstream>
 
 #include "frontend/ExitCodes.h"
+#include "frontend/OptionTable.h"
 #include "frontend/ScanCommand.h"
 #include "frontend/ScanOptions.h"
 
@@ -16,30 +17,6 @@ namespace {
 constexpr const char* Footer =
     "Exit codes: 0 nothing found, 1 threats found, 2 the scan could not be completed, 64 usage, 66 no such machine or "
     "data";
-
-void AddScanOptions(CLI::App& command, ScanOptions& options) {
-    for (const OptionRow& row : ScanOptionTable()) {
-        if (*row.argument == '\0') {
-            command.add_flag_callback(
-                row.name, [&options, &row] { row.apply(options, {}); }, row.help);
-            continue;
-        }
-        const auto apply = [&options, &row](const std::vector<std::string>& values) {
-            for (const std::string& value : values) {
-                if (const auto problem = row.apply(options, value)) {
-                    throw CLI::ValidationError(row.name, *problem);
-                }
-            }
-        };
-        CLI::Option* option = command.add_option_function<std::vector<std::string>>(row.name, apply, row.help);
-        option->type_name(row.argument);
-        option->expected(1);
-        option->multi_option_policy(row.repeatable ? CLI::MultiOptionPolicy::TakeAll
-                                                   : CLI::MultiOptionPolicy::TakeLast);
-        // One value each: neither the next word of the line nor a list in brackets.
-        option->allow_extra_args(false);
-    }
-}
 
 void Parse(CLI::App& app, std::vector<std::string> arguments) {
     std::reverse(arguments.begin(), arguments.end());  // as the library wants them
@@ -65,7 +42,8 @@ int Run(std::vector<std::string> arguments, const Streams& streams) {
     ScanOptions scan;
     CLI::App* scanCommand = app.add_subcommand("scan", "Scan a machine and report the threats on it");
     scanCommand->footer(Footer);
-    AddScanOptions(*scanCommand, scan);
+    AddOptions<SessionOptions>(*scanCommand, SessionOptionTable(), scan);
+    AddOptions<ScanOptions>(*scanCommand, ScanOptionTable(), scan);
 
     try {
         Parse(app, std::move(arguments));

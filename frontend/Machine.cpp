@@ -21,7 +21,7 @@ struct Machine::Impl {
     windows::WindowsPlatform platform;
 };
 
-Machine::Machine(const ScanOptions& /*options*/) : impl_(std::make_unique<Impl>()) {
+Machine::Machine(const SessionOptions& /*options*/) : impl_(std::make_unique<Impl>()) {
 }
 
 std::string Machine::HostFolder(const std::string& folder) {
@@ -51,7 +51,7 @@ struct Machine::Impl {
         : platform_(std::make_unique<offline::OfflinePlatform>(options)), platform(*platform_) {}
 };
 
-Machine::Machine(const ScanOptions& options) {
+Machine::Machine(const SessionOptions& options) {
     offline::MachineOptions machine;
     machine.machine = options.machine;
     machine.user = options.user;

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "frontend/ScanOptions.h"
+#include "frontend/SessionOptions.h"
 #include "platform/Platform.h"
 
 namespace kel::frontend {
@@ -21,7 +21,7 @@ public:
 class Machine {
 public:
     /// Opens it read-only. Throws MachineError.
-    explicit Machine(const ScanOptions& options);
+    explicit Machine(const SessionOptions& options);
     ~Machine();
     Machine(const Machine&) = delete;
     Machine& operator=(const Machine&) = delete;

@@ -7,15 +7,13 @@
 
 #include "core/EngineState.h"
 #include "core/Failures.h"
-#include "engine/Manager.h"
 #include "frontend/ExitCodes.h"
 #include "frontend/FindingTracker.h"
 #include "frontend/Interrupt.h"
 #include "frontend/JsonlSink.h"
 #include "frontend/Machine.h"
 #include "frontend/ProgressLine.h"
-#include "frontend/ReadWatch.h"
-#include "frontend/ShownText.h"
+#include "frontend/Session.h"
 #include "frontend/Terminal.h"
 #include "frontend/TextSink.h"
 #include "platform/Platform.h"
@@ -105,13 +103,11 @@ std::vector<std::string> NotAvailable(const platform::Capabilities& can) {
     return stages;
 }
 
-int Work(const ScanOptions& options, Machine& machine, const platform::Platform& watched, Sink& sink,
-         ProgressLine& progress, Observer& observer) {
+int Work(const ScanOptions& options, Session& session, Sink& sink, ProgressLine& progress, Observer& observer) {
     const auto began = std::chrono::steady_clock::now();
-    Manager manager;
-    const std::shared_ptr<Scanner> scanner = manager.Scanner();
-    scanner->SetUserDataRootPath(State().UserDataRootPath);
-    manager.Inititalize();
+    session.Load();
+    Machine& machine = session.TheMachine();
+    const std::shared_ptr<Scanner> scanner = session.Manager().Scanner();
     scanner->InitializeScan();
     const std::shared_ptr<Scan> scan = scanner->Scan();
     if (!scan) {
@@ -129,7 +125,7 @@ int Work(const ScanOptions& options, Machine& machine, const platform::Platform&
     scanner->SetOptMaxOptionLevel(options.maxOption);
 
     sink.Start({scan->ScanID, machine.Name(), targets, DepthNames[options.depth], State().ThreatDataVersion,
-                NotAvailable(watched.can)});
+                NotAvailable(session.View().can)});
 
     FindingTracker tracker([&](const FindingRecord& finding) {
         progress.Clear();
@@ -173,47 +169,21 @@ int Work(const ScanOptions& options, Machine& machine, const platform::Platform&
 }  // namespace
 
 int RunScan(const ScanOptions& options, const Streams& streams) {
-    try {
-        Machine machine(options);
-        for (const std::string& note : machine.Notes()) {
-            std::fprintf(streams.err, "ombrelane: note: %s\n", ShownUtf8(note).c_str());
-        }
-        const std::string data = machine.HostFolder(options.data);
-        const std::string userData = machine.MakeHostFolder(options.userData);
-
-        platform::Platform platform = machine.View();
-        Observer* watcher = nullptr;
-        ReadWatch files(*platform.files, [&](std::string_view path, platform::SysError error) {
-            if (watcher != nullptr) {
-                watcher->OnUnreadable(path, error);
-            }
-        });
-        platform.files = &files;
-        const platform::PlatformScope installed(platform);
-        const EngineScope engine;
-        State().App.EXEName = "ombrelane";
-        State().App.Path = data.substr(0, data.size() - 1);
-        State().UserDataRootPath = userData;
-        if (!platform.files->PathExists(data + "kelThreatData.sdb")) {
-            throw MachineError("no kelThreatData.sdb in the data folder " + options.data);
-        }
-
+    return InSession(options, "scan", streams, [&](Session& session) {
         Output out(streams.out);
         const std::unique_ptr<Sink> sink = MakeSink(options, out, streams);
         ProgressLine progress(streams.err, !options.noProgress && IsTerminal(streams.err));
         Observer observer(*sink, progress);
-        watcher = &observer;
-        const int code = Work(options, machine, platform, *sink, progress, observer);
-        watcher = nullptr;
+        session.OnUnreadable(
+            [&](std::string_view path, platform::SysError error) { observer.OnUnreadable(path, error); });
+        const int code = Work(options, session, *sink, progress, observer);
+        session.OnUnreadable({});
         if (!out.Problem().empty()) {
             std::fprintf(streams.err, "ombrelane scan: the results could not be written: %s\n", out.Problem().c_str());
-            return ExitIncomplete;
+            return static_cast<int>(ExitIncomplete);
         }
         return code;
-    } catch (const MachineError& error) {
-        std::fprintf(streams.err, "ombrelane scan: %s\n", ShownHostText(error.what()).c_str());
-        return ExitNoInput;
-    }
+    });
 }
 
 }  // namespace kel::frontend

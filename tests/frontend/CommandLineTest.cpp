@@ -5,6 +5,7 @@
 
 #include "CapturedStream.h"
 #include "frontend/ExitCodes.h"
+#include "frontend/OptionTable.h"
 #include "frontend/ScanOptions.h"
 
 namespace kel::frontend {
@@ -60,13 +61,17 @@ TEST_F(CommandLine, HelpOfTheScanShowsEveryRowOfTheTable) {
     EXPECT_EQ(Run({"scan", "--help"}), ExitClean);
     EXPECT_THAT(err.Text(), IsEmpty());
     const std::string help = out.Text();
-    for (const OptionRow& row : ScanOptionTable()) {
-        EXPECT_THAT(help, HasSubstr(std::string(row.name) + " "));
-        EXPECT_THAT(help, HasSubstr(row.help));
-        if (*row.argument != '\0') {
-            EXPECT_THAT(help, HasSubstr(std::string(row.name) + " " + row.argument));
+    const auto shown = [&](const auto& table) {
+        for (const auto& row : table) {
+            EXPECT_THAT(help, HasSubstr(std::string(row.name) + " "));
+            EXPECT_THAT(help, HasSubstr(row.help));
+            if (*row.argument != '\0') {
+                EXPECT_THAT(help, HasSubstr(std::string(row.name) + " " + row.argument));
+            }
         }
-    }
+    };
+    shown(SessionOptionTable());
+    shown(ScanOptionTable());
     EXPECT_THAT(help, HasSubstr("Exit codes: 0 nothing found"));
 }
 

@@ -91,7 +91,7 @@ TEST_F(LiveScan, APathThatIsNotThereIsMissingInput) {
 
 TEST_F(LiveScan, WhatBelongsToAMachineThatDoesNotRunIsAUsageError) {
     EXPECT_EQ(Scan({"--machine", "C:\\"}), frontend::ExitUsage);
-    EXPECT_THAT(err.Text(), HasSubstr("here the running one is scanned"));
+    EXPECT_THAT(err.Text(), HasSubstr("here the running one is meant"));
 }
 
 }  // namespace

@@ -5,24 +5,38 @@
 
 #include <set>
 
+#include "frontend/OptionTable.h"
+
 namespace kel::frontend {
 namespace {
 
 using testing::ElementsAre;
 using testing::HasSubstr;
 
-const OptionRow& Row(std::string_view name) {
-    for (const OptionRow& row : ScanOptionTable()) {
+// What is wrong with the value; empty when it is taken.
+std::string Apply(ScanOptions& options, std::string_view name, const std::string& value = {}) {
+    for (const auto& row : SessionOptionTable()) {
         if (row.name == name) {
-            return row;
+            return row.apply(options, value).value_or("");
+        }
+    }
+    for (const auto& row : ScanOptionTable()) {
+        if (row.name == name) {
+            return row.apply(options, value).value_or("");
         }
     }
     throw std::runtime_error("no option " + std::string(name));
 }
 
-// What is wrong with the value; empty when it is taken.
-std::string Apply(ScanOptions& options, std::string_view name, const std::string& value = {}) {
-    return Row(name).apply(options, value).value_or("");
+// All rows, as they follow each other in the help.
+template <class Each>
+void ForEachRow(const Each& each) {
+    for (const auto& row : SessionOptionTable()) {
+        each(row);
+    }
+    for (const auto& row : ScanOptionTable()) {
+        each(row);
+    }
 }
 
 std::string Apply(std::string_view name, const std::string& value) {
@@ -32,10 +46,10 @@ std::string Apply(std::string_view name, const std::string& value) {
 
 TEST(ScanOptionTable, HasEveryOptionOnceInTheOrderOfTheHelp) {
     std::vector<std::string> names;
-    for (const OptionRow& row : ScanOptionTable()) {
+    ForEachRow([&](const auto& row) {
         names.emplace_back(row.name);
         EXPECT_STRNE(row.help, "") << row.name;
-    }
+    });
     EXPECT_THAT(names, ElementsAre("--machine", "--drive", "--user", "--data", "--user-data", "--path", "--depth",
                                    "--max-option", "--zips", "--format", "--no-progress"));
 }
@@ -43,14 +57,14 @@ TEST(ScanOptionTable, HasEveryOptionOnceInTheOrderOfTheHelp) {
 TEST(ScanOptionTable, DrivesAndPathsMayBeRepeatedAndTwoOptionsAreSwitches) {
     std::set<std::string> repeatable;
     std::set<std::string> switches;
-    for (const OptionRow& row : ScanOptionTable()) {
+    ForEachRow([&](const auto& row) {
         if (row.repeatable) {
             repeatable.insert(row.name);
         }
         if (*row.argument == '\0') {
             switches.insert(row.name);
         }
-    }
+    });
     EXPECT_THAT(repeatable, ElementsAre("--drive", "--path"));
     EXPECT_THAT(switches, ElementsAre("--no-progress", "--zips"));
 }
@@ -172,7 +186,7 @@ TEST(CheckScanOptions, BothFoldersOfTheEngineAreRequired) {
 
 TEST(CheckScanOptions, WhatBelongsToAMachineThatDoesNotRunIsRefused) {
     const char* problem =
-        "--machine, --drive and --user belong to a machine that does not run; here the running one is scanned";
+        "--machine, --drive and --user belong to a machine that does not run; here the running one is meant";
     ScanOptions options = Enough();
     options.machine = "x";
     EXPECT_EQ(CheckScanOptions(options), problem);
@@ -182,7 +196,7 @@ TEST(CheckScanOptions, WhatBelongsToAMachineThatDoesNotRunIsRefused) {
     options = Enough();
     options.user = "Ada";
     EXPECT_EQ(CheckScanOptions(options), problem);
-    EXPECT_THAT(Row("--machine").help, HasSubstr("not on Windows"));
+    EXPECT_THAT(SessionOptionTable().front().help, HasSubstr("not on Windows"));
 }
 
 #else
@@ -193,7 +207,7 @@ TEST(CheckScanOptions, AMachineOrADriveIsRequired) {
     EXPECT_EQ(CheckScanOptions(options), "--machine or --drive is required");
     options.drives = {"C=/mnt/c"};
     EXPECT_EQ(CheckScanOptions(options), std::nullopt);
-    EXPECT_THAT(Row("--machine").help, HasSubstr("a Wine prefix, or the root of a Windows disk"));
+    EXPECT_THAT(SessionOptionTable().front().help, HasSubstr("a Wine prefix, or the root of a Windows disk"));
 }
 
 #endif

@@ -1,0 +1,28 @@
+// The options that every command has that works with an engine: which machine, and where its data lie.
+#pragma once
+
+#include <optional>
+#include <span>
+#include <string>
+#include <vector>
+
+namespace kel::frontend {
+
+template <class Options>
+struct OptionRow;
+
+struct SessionOptions {
+    std::string machine;
+    std::vector<std::string> drives;  ///< `C=DIR`
+    std::string user;
+    std::string data;
+    std::string userData;
+};
+
+/// These options in the order of the help.
+std::span<const OptionRow<SessionOptions>> SessionOptionTable();
+
+/// What is still missing or contradictory once all options are read; nothing when a session can be opened.
+std::optional<std::string> CheckSessionOptions(const SessionOptions& options);
+
+}  // namespace kel::frontend
