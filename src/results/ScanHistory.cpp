@@ -265,12 +265,14 @@ std::int32_t ScanHistory::TotalThreatsDetected() {
         if (scans.Eof()) {
             return;
         }
+        std::int32_t sum = 0;
         for (; !scans.Eof(); scans.MoveNext()) {
             for (const char* column : DetectedCountColumns) {
-                total = history::Sum(total, ToLong(scans.Get(column)));
+                sum = history::Sum(sum, ToLong(scans.Get(column)));
             }
         }
         scans.MoveFirst();
+        total = sum;
     });
     return total;
 }

@@ -79,6 +79,8 @@ TEST_F(Managers, TheScannerIsKeptAndTheOthersAreMadeAnew) {
     EXPECT_NE(other.Scanner(), scanner);
     EXPECT_NE(manager.Threats(), manager.Threats());
     EXPECT_NE(manager.IgnoredThreats(), manager.IgnoredThreats());
+    EXPECT_NE(manager.ScanHistory(), manager.ScanHistory());
+    EXPECT_NE(manager.Settings(), manager.Settings());
 }
 
 class NamedUser : public decorators::ForwardingSystemInfo {
