@@ -141,7 +141,10 @@ TEST_F(RunningChild, LosesAThreadOnlyWithTheRightToEndIt) {
 TEST_F(RunningChild, EndsWithTheExitCodeThatItIsGiven) {
     const ChildProcess child(Machine(), ProgramPath());
     constexpr std::uint32_t queryOnly = 0x400;
-    EXPECT_EQ(All().EndProcess(child.Id(), queryOnly, 5), SysError::AccessDenied);
+    if (!OnWindows9x()) {
+        // There every handle has all rights.
+        EXPECT_EQ(All().EndProcess(child.Id(), queryOnly, 5), SysError::AccessDenied);
+    }
     EXPECT_EQ(All().EndProcess(child.Id(), AllAccess, 5), SysError::Success);
     ASSERT_TRUE(child.Ended());
     EXPECT_EQ(child.ExitCode(), 5U);
