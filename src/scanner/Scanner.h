@@ -175,6 +175,19 @@ public:
     /// Version of the signatures as a number; 0 when its text is none, which is reported.
     [[nodiscard]] std::int32_t ScanDBVersion() const;
 
+    /// Loads the catalogue again and writes it to `Threat.txt` in the user data folder, in place of what was there.
+    /// Threats without a name are left out; an empty catalogue leaves no file.
+    /// @return the end of the list only; the whole of it is in the file. Empty for an empty catalogue and after a
+    ///         failure, which is reported under the module "Manager".
+    std::string ThreatList();
+    /// Looks for one threat by its registry and path signatures, whatever their levels, and without events. The scan
+    /// that it makes is released at its end, so that none is current afterwards; one for an unknown number stays.
+    /// @param CleanIt removes what was found
+    /// @return false when a full run is in progress, else true, whatever was found or failed
+    bool ScanThreat(std::int32_t ThreatID, bool CleanIt);
+    /// Loads all of the engine's data again.
+    void ReloadThreatData();
+
 private:
     friend struct ScannerPeer;
     using Paths = Collection<std::string>;
@@ -183,9 +196,12 @@ private:
     void RunQuickScan();
     void RunExhaustiveScan();
     void ScanKnownFilesCommon();
+    void ScanCustom();
 
     // The process scan where the process status calls list processes.
     void ScanProcessesNT(bool scanProcessModules);
+
+    static void WriteThreatList(std::string_view text);
 
     // The walk of ScanDriveOrFolder and ScanKnownFiles.
     void FilesListSearch(std::string path, std::string_view pattern, bool report);

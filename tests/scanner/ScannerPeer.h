@@ -13,6 +13,8 @@ struct ScannerPeer {
     static void RunQuickScan(Scanner& scanner) { scanner.RunQuickScan(); }
     static void RunExhaustiveScan(Scanner& scanner) { scanner.RunExhaustiveScan(); }
     static void ScanKnownFilesCommon(Scanner& scanner) { scanner.ScanKnownFilesCommon(); }
+    static void ScanCustom(Scanner& scanner) { scanner.ScanCustom(); }
+    static void WriteThreatList(std::string_view text) { Scanner::WriteThreatList(text); }
     static bool ScanZipFile(Scanner& scanner, const std::string& path, bool report) {
         return scanner.ScanZipFile(path, report);
     }
