@@ -64,7 +64,10 @@ std::string TextOf(platform::Hive hive, const std::string& key, std::string_view
 }
 
 std::string IfThere(std::string path) {
-    return modFiles::FileExists(path) ? path : std::string();
+    if (!modFiles::FileExists(path)) {
+        path.clear();
+    }
+    return path;
 }
 
 std::string Lengthened(std::string_view path) {
