@@ -2,6 +2,7 @@
 #include <cstddef>
 #include <memory>
 #include <string>
+#include <utility>
 
 #include "catalogue/SignatureTable.h"
 #include "core/EngineState.h"
@@ -31,7 +32,8 @@ std::shared_ptr<clsFolderPaths> FoldersOfScan() {
 // Names each place of a table that counts to the front end, as a real path, and has it tested. The table may be
 // replaced while this yields; what began goes on with its own. A table without levels was loaded with level 0.
 template <class TestPlace>
-void ForEachPlace(std::shared_ptr<SignatureTable> table, enScanType scanType, TestPlace&& test) {
+void ForEachPlace(std::shared_ptr<SignatureTable> EngineState::*which, enScanType scanType, TestPlace&& test) {
+    const std::shared_ptr<SignatureTable> table = State().*which;
     if (!table) {
         Raise(ErrObjectNotSet);
     }
@@ -103,11 +105,11 @@ void Scanner::ScanCommonLocations(bool /*blnQuickScan*/) {
 }
 
 void Scanner::ScanKnownLocations() {
-    Trap(Module, "ScanKnownLocations", [&] { ForEachPlace(State().FilePathDataTable, ScanTypeFiles, TestFile); });
+    Trap(Module, "ScanKnownLocations", [&] { ForEachPlace(&EngineState::FilePathDataTable, ScanTypeFiles, TestFile); });
 }
 
 void Scanner::ScanKnownFolders() {
-    Trap(Module, "ScanKnownFolders", [&] { ForEachPlace(State().FolderDataTable, ScanTypeFolder, TestFolder); });
+    Trap(Module, "ScanKnownFolders", [&] { ForEachPlace(&EngineState::FolderDataTable, ScanTypeFolder, TestFolder); });
 }
 
 }  // namespace kel
