@@ -7,6 +7,7 @@
 
 #include "frontend/ExitCodes.h"
 #include "frontend/OptionTable.h"
+#include "frontend/RecordCommands.h"
 #include "frontend/ScanCommand.h"
 #include "frontend/ScanOptions.h"
 
@@ -44,6 +45,7 @@ int Run(std::vector<std::string> arguments, const Streams& streams) {
     scanCommand->footer(Footer);
     AddOptions<SessionOptions>(*scanCommand, SessionOptionTable(), scan);
     AddOptions<ScanOptions>(*scanCommand, ScanOptionTable(), scan);
+    const RecordCommands records(app, Footer);
 
     try {
         Parse(app, std::move(arguments));
@@ -54,6 +56,9 @@ int Run(std::vector<std::string> arguments, const Streams& streams) {
         std::fputs(out.str().c_str(), streams.out);
         std::fputs(err.str().c_str(), streams.err);
         return asked ? ExitClean : ExitUsage;
+    }
+    if (const auto code = records.Run(streams)) {
+        return *code;
     }
     if (const auto problem = CheckScanOptions(scan)) {
         std::fprintf(streams.err, "ombrelane scan: %s\nRun with --help for more information.\n", problem->c_str());

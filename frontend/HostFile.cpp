@@ -127,13 +127,16 @@ std::optional<std::string> ReplaceHostFile(const fs::path& file, std::string_vie
 int LockHostFolder(const fs::path& folder) {
     // The file goes away with the last handle on it.
     const fs::path file = folder / "ombrelane.lock";
-    for (;;) {
+    std::error_code error;
+    // Refused while the file is not there: it has just gone, or the folder takes no files.
+    for (int refusals = 0; refusals < 10; refusals = fs::exists(file, error) ? 0 : refusals + 1) {
         const int handle = ::_wsopen(file.c_str(), _O_CREAT | _O_RDWR | _O_TEMPORARY, _SH_DENYRW, _S_IREAD | _S_IWRITE);
-        if (handle >= 0 || errno != EACCES || !fs::exists(file)) {
+        if (handle >= 0 || errno != EACCES) {
             return handle;
         }
         std::this_thread::sleep_for(std::chrono::milliseconds(20));
     }
+    return -1;
 }
 
 #else

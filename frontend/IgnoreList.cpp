@@ -47,7 +47,8 @@ IgnoreList IgnoreList::Read(const std::string& userData) {
         return list;
     }
     if (status.type() != fs::file_type::regular) {
-        throw MachineError("can't read the ignore list " + file.string() + ": it is no file");
+        throw MachineError("can't read the ignore list " + file.string() + ": " +
+                           (error ? error.message() : "it is no file"));
     }
     const std::string text = WholeFile(file);
     std::string_view rest = text;

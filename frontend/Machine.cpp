@@ -63,7 +63,9 @@ Machine::Machine(const SessionOptions& options) {
     } catch (const offline::OpenError& error) {
         throw MachineError(error.what());
     }
-    impl_->name = !options.machine.empty() ? options.machine : options.drives.front();
+    if (!options.machine.empty() || !options.drives.empty()) {
+        impl_->name = !options.machine.empty() ? options.machine : options.drives.front();
+    }
 }
 
 std::string Machine::HostFolder(const std::string& folder) {

@@ -20,7 +20,8 @@ public:
 
 class Machine {
 public:
-    /// Opens it read-only. Throws MachineError.
+    /// Opens it read-only. Throws MachineError. Options that name nothing are a machine without drives, which is what
+    /// commands need that look at host folders alone.
     explicit Machine(const SessionOptions& options);
     ~Machine();
     Machine(const Machine&) = delete;
