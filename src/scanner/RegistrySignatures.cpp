@@ -31,14 +31,14 @@ std::optional<std::size_t> PlaceOf(const Recordset& rows, std::string_view name)
 }
 
 // Without one backslash at each end.
-std::string_view BareKey(std::string_view key) {
+std::string BareKey(std::string_view key) {
     if (key.starts_with('\\')) {
         key.remove_prefix(1);
     }
     if (key.ends_with('\\')) {
         key.remove_suffix(1);
     }
-    return key;
+    return std::string(key);
 }
 
 }  // namespace
@@ -98,12 +98,9 @@ std::int16_t RegistrySignatures::Level() const {
 bool RegistrySignatures::ReadPlace() {
     hiveName_ = TextOf(RegHive);
     hive_ = modHelper::GetRegistryHiveFromHiveName(hiveName_);
-    key_ = TextOf(RegKey);
-    if (hive_ == 0 || key_.empty()) {
-        return false;
-    }
-    key_ = BareKey(key_);
-    return true;
+    key_ = BareKey(TextOf(RegKey));
+    // A key of backslashes alone would be the hive itself, which is no threat's.
+    return hive_ != 0 && !key_.empty();
 }
 
 bool RegistrySignatures::ReadQuestion() {

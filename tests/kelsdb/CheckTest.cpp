@@ -275,6 +275,8 @@ TEST_F(Check, RegistryRowsThatAreSkippedAreErrors) {
     ExpectError("KelThreatRegKey.sdb: row 1: error: \"HKLM\" is no hive");
     RegKey({"HKEY_LOCAL_MACHINE", "", "", ""});
     ExpectError("KelThreatRegKey.sdb: row 1: error: RegKey is empty");
+    RegKey({"HKEY_LOCAL_MACHINE", "\\\\", "", ""});
+    ExpectError("KelThreatRegKey.sdb: row 1: error: RegKey is empty");
     RegKey({"HKEY_LOCAL_MACHINE", "Software\\X", "", "data"});
     ExpectError("KelThreatRegKey.sdb: row 1: error: RegValueData without a RegValueName");
     RegKey({"hkey_local_machine", "Software\\X", "name", "data"});

@@ -116,7 +116,9 @@ TEST_F(RegistryScan, AnEmptyNameOrDataIsLikeNone) {
 }
 
 TEST_F(RegistryScan, RowsThatAskNothingArePassedOver) {
-    tables.regKeys = {{1, "HKEY_NOWHERE", X()}, {1, User, ""}, {1, User, X(), {}, "Some Data"}, {1, "", X()}};
+    tables.regKeys = {
+        {1, "HKEY_NOWHERE", X()}, {1, User, ""}, {1, User, X(), {}, "Some Data"}, {1, "", X()}, {1, User, "\\"},
+        {1, User, "\\\\", "Name"}};
     Begin();
     CountingLoop loop;
     platform::Platform machine = Machine();
@@ -180,13 +182,15 @@ TEST_F(RegistryScan, ATableWithoutRowsForTheLevelIsNoFailure) {
 }
 
 TEST_F(RegistryScan, AMissingTableIsReported) {
-    Begin();
-    State().RegKeyRecordset = std::make_shared<Recordset>();
+    tables.WriteTo(AppFolder());
+    ASSERT_EQ(Machine().files->Remove(AppFolder() + "KelThreatRegKey.sdb"), platform::SysError::Success);
+    scanner.InitializeScan();
+    const std::size_t before = Reported().size();
     scanner.ScanRegistry();
-    ASSERT_THAT(Reported(), SizeIs(1));
-    EXPECT_EQ(Reported()[0].module, "Scanner");
-    EXPECT_EQ(Reported()[0].procedure, "ScanRegistry");
-    EXPECT_EQ(Reported()[0].number, "3704");
+    ASSERT_THAT(Reported(), SizeIs(before + 1));
+    EXPECT_EQ(Reported().back().module, "Scanner");
+    EXPECT_EQ(Reported().back().procedure, "ScanRegistry");
+    EXPECT_EQ(Reported().back().number, "3704");
 }
 
 TEST_F(RegistryScan, AHiveThatIsNullEndsTheStage) {

@@ -85,7 +85,7 @@ void CheckRow(CheckedTable& table, const Columns& columns, const KnownThreats& t
     if (modHelper::GetRegistryHiveFromHiveName(hive) == platform::Hive{}) {
         table.Error("\"" + hive + "\" is no hive: the row is passed over");
     }
-    if (key.empty() || key == "\\") {
+    if (key.empty() || key == "\\" || key == "\\\\") {
         table.Error("RegKey is empty: the row is passed over");
     }
     if (name.empty() && !data.empty()) {
