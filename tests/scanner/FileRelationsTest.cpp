@@ -413,5 +413,35 @@ TEST_F(FolderRelations, AnIgnoredThreatAddsNothing) {
     EXPECT_THAT(found, IsEmpty());
 }
 
+class StagesWithRelations : public RelationsTest {
+protected:
+    void BeginWithTables() {
+        State().DataInitialized = false;
+        Begin();
+        scanner.OptScanDepth = scandeep;
+    }
+};
+
+TEST_F(StagesWithRelations, AWalkBringsThoseOfWhatItFinds) {
+    AddLibrary("things\\thing.dll", {Clsid});
+    staged.AddKey(HiveLocalMachine, "SOFTWARE\\Classes\\CLSID\\" + std::string(Clsid));
+    tables.md5 = {{Threat, HashOf(Bytes(2000, 'l'))}};
+    BeginWithTables();
+    scanner.AddScanDriveAndPath(Folder() + "things");
+    scanner.ScanDriveOrFolder();
+    EXPECT_THAT(Files(), ElementsAre(Folder() + "things\\thing.dll"));
+    EXPECT_THAT(Keys(), ElementsAre("HKEY_LOCAL_MACHINE\\SOFTWARE\\Classes\\CLSID\\" + std::string(Clsid)));
+}
+
+TEST_F(StagesWithRelations, AFolderScanBringsTheContentsOfWhatItFinds) {
+    MakeFolder(Folder() + "things\\bad\\sub");
+    const std::string file = AddFile("things\\bad\\sub\\b.txt", 'b');
+    tables.folders = {{Threat, LCase(Folder()) + "things\\bad"}};
+    BeginWithTables();
+    scanner.ScanFolder(Folder() + "things", true, true);
+    EXPECT_THAT(FoldersFound(), ElementsAre(LCase(Folder()) + "things\\bad", LCase(Folder()) + "things\\bad\\sub"));
+    EXPECT_THAT(Files(), ElementsAre(LCase(file)));
+}
+
 }  // namespace
 }  // namespace kel::test
