@@ -57,8 +57,7 @@ void Scanner::ScanProcesses(bool blnScanProcessModules) {
             if (process.id == own || !NamesAProgram(process, name)) {
                 continue;
             }
-            const std::string path =
-                modFiles::FileExists(name) ? name : modKvFileExplorer::GetProcessFilePath(process.id);
+            const std::string path = modFiles::FileExists(name) ? name : modKvFileExplorer::GetProcessFilePath(process);
             if (!path.empty()) {
                 if (ScanAbortFlag()) {
                     return;

@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "core/Collection.h"
+#include "platform/Processes.h"
 
 namespace kel {
 
@@ -47,6 +48,9 @@ Collection<std::string> AllUsersCookieFolders();
 /// Path of the program that a process runs, with variables and bare names resolved. Empty when the process may not be
 /// opened or the file is not there.
 std::string GetProcessFilePath(std::uint32_t processId);
+/// The same for a process of a snapshot at hand, where programs are named by the snapshot (not on "NT"): spares taking
+/// another one for each process.
+std::string GetProcessFilePath(const platform::ProcessEntry& process);
 /// Path of the program as the process list or the process itself names it.
 std::string ExePathFromProcID(std::uint32_t processId);
 /// The same on "NT", from the process's first module.

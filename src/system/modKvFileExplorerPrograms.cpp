@@ -23,7 +23,12 @@ constexpr std::uint32_t ModuleHandleBytes = 2048;
 constexpr std::uint32_t ModulePathBuffer = 512;
 constexpr std::size_t ShortestExeFile = 3;
 
-// The program of a process that the process list names.
+// The program that an entry of the process list names.
+std::string ListedProgram(const platform::ProcessEntry& entry) {
+    const std::string program = modFiles::StringBeforeNul(entry.exeFile);
+    return program.size() < ShortestExeFile ? std::string() : program;
+}
+
 std::string ListedProgram(std::uint32_t processId) {
     const auto snapshot = platform::Current().processes->Snapshot();
     if (!snapshot) {
@@ -31,11 +36,38 @@ std::string ListedProgram(std::uint32_t processId) {
     }
     for (const platform::ProcessEntry& entry : *snapshot) {
         if (entry.id == processId) {
-            const std::string program = modFiles::StringBeforeNul(entry.exeFile);
-            return program.size() < ShortestExeFile ? std::string() : program;
+            return ListedProgram(entry);
         }
     }
     return {};
+}
+
+// The file of a process's program, whose name `program` gives once the process could be opened; empty when it is not
+// there.
+template <class Program>
+std::string ExistingProgram(std::uint32_t processId, Program program) {
+    std::string result;
+    Trap(Module, "GetProcessFilePath", [&] {
+        if (platform::Current().processes->CanOpen(processId, ProcessAccess) != platform::SysError::Success) {
+            return;
+        }
+        std::string path = program();
+        if (path.empty()) {
+            return;
+        }
+        if (path.find('\\') == std::string::npos) {
+            const std::string inSystem = modFolderPaths::GetSystemFolder() + path;
+            if (modFiles::FileExists(inSystem)) {
+                path = inSystem;
+            }
+        }
+        path = modFolderPaths::TranslateEnvironmentVariablesPaths(path);
+        path = ToText(modFolderPaths::ResolveFilePathEx(path));
+        if (modFiles::FileExists(path)) {
+            result = path;
+        }
+    });
+    return result;
 }
 
 // A string of the version record; empty for a file without one.
@@ -54,28 +86,11 @@ std::string VersionText(std::string_view procedure, std::string_view path, std::
 }  // namespace
 
 std::string GetProcessFilePath(std::uint32_t processId) {
-    std::string result;
-    Trap(Module, "GetProcessFilePath", [&] {
-        if (platform::Current().processes->CanOpen(processId, ProcessAccess) != platform::SysError::Success) {
-            return;
-        }
-        std::string path = ExePathFromProcID(processId);
-        if (path.empty()) {
-            return;
-        }
-        if (path.find('\\') == std::string::npos) {
-            const std::string inSystem = modFolderPaths::GetSystemFolder() + path;
-            if (modFiles::FileExists(inSystem)) {
-                path = inSystem;
-            }
-        }
-        path = modFolderPaths::TranslateEnvironmentVariablesPaths(path);
-        path = ToText(modFolderPaths::ResolveFilePathEx(path));
-        if (modFiles::FileExists(path)) {
-            result = path;
-        }
-    });
-    return result;
+    return ExistingProgram(processId, [&] { return ExePathFromProcID(processId); });
+}
+
+std::string GetProcessFilePath(const platform::ProcessEntry& process) {
+    return ExistingProgram(process.id, [&] { return ListedProgram(process); });
 }
 
 std::string ExePathFromProcID(std::uint32_t processId) {

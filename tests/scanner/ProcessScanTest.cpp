@@ -39,12 +39,14 @@ public:
     using ForwardingProcesses::ForwardingProcesses;
     std::vector<platform::ProcessEntry> entries;
     std::map<std::uint32_t, std::vector<std::string>> modules;
+    int snapshots = 0;
     SysError snapshotError = SysError::Success;
     SysError identifiersError = SysError::Success;
     std::uint32_t own = 1;
     std::vector<std::string> calls;
 
     Result<std::vector<platform::ProcessEntry>> Snapshot() override {
+        ++snapshots;
         if (snapshotError != SysError::Success) {
             return snapshotError;
         }
@@ -243,6 +245,14 @@ TEST_F(ProcessScan, AProcessWithoutAPathIsPassedOverButItsModulesAreNot) {
     EXPECT_THAT(LowerStarted(), ElementsAre(Pid(20, "spy.exe"), Pid(20, "hook.dll"), Pid(20, "good.dll"),
                                             Lower("good.exe"), Pid(30, "good.exe"), Pid(30, "good.dll")));
     EXPECT_THAT(FilesOf(SpyModule), SizeIs(1));
+}
+
+TEST_F(ProcessScan, OneSnapshotServesAllProcesses) {
+    for (platform::ProcessEntry& entry : processes_.entries) {
+        entry.exeFile = "unknown.exe";
+    }
+    scanner.ScanProcesses(true);
+    EXPECT_EQ(processes_.snapshots, 1);
 }
 
 TEST_F(ProcessScan, On2000AProcessThatCantBeOpenedIsLeftOutWithItsModules) {

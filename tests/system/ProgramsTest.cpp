@@ -67,6 +67,15 @@ TEST_F(Programs, ABareNameOfTheSystemFolderIsCompleted) {
     EXPECT_EQ(processes_.accessAsked, 1040U);
 }
 
+TEST_F(Programs, AnEntryAtHandIsAsGoodAsItsNumber) {
+    RunsXP();
+    EXPECT_EQ(LCase(modKvFileExplorer::GetProcessFilePath({7, 4, "smss.exe"})), LCase(AppFolder()) + "sys\\smss.exe");
+    EXPECT_EQ(modKvFileExplorer::GetProcessFilePath({7, 4, "ab"}), "");
+    EXPECT_EQ(processes_.accessAsked, 1040U);
+    processes_.granted = false;
+    EXPECT_EQ(modKvFileExplorer::GetProcessFilePath({7, 4, "smss.exe"}), "");
+}
+
 TEST_F(Programs, AProcessThatMayNotBeOpenedHasNoPath) {
     RunsXP();
     processes_.entries = {{7, 4, "smss.exe"}};
