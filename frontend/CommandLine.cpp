@@ -45,7 +45,7 @@ int Run(std::vector<std::string> arguments, const Streams& streams) {
     scanCommand->footer(Footer);
     AddOptions<SessionOptions>(*scanCommand, SessionOptionTable(), scan);
     AddOptions<ScanOptions>(*scanCommand, ScanOptionTable(), scan);
-    const RecordCommands records(app, Footer);
+    const RecordCommands records(app);
 
     try {
         Parse(app, std::move(arguments));

@@ -36,6 +36,9 @@ struct RecordCommand {
 
 namespace {
 
+constexpr const char* Footer =
+    "Exit codes: 0 done, 2 something could not be read or written, 64 usage, 66 no such folder, scan or threat";
+
 struct Group {
     const char* name;
     const char* help;
@@ -61,7 +64,7 @@ constexpr std::array Commands{
     RecordCommand{"diagnostics", "", Words::None, true, "", ShowDiagnostics},
 };
 
-// The words behind a command, each taken as it stands.
+// The words behind a command.
 void AddWords(CLI::App& app, Words words, RecordOptions& options) {
     if (words == Words::None) {
         return;
@@ -82,6 +85,7 @@ void AddWords(CLI::App& app, Words words, RecordOptions& options) {
         option->expected(1, CLI::detail::expected_max_vector_size);
     } else {
         option->expected(1);
+        option->allow_extra_args(false);
     }
 }
 
@@ -110,10 +114,10 @@ int RunCommand(const RecordCommand& command, const RecordOptions& options, const
 
 }  // namespace
 
-RecordCommands::RecordCommands(CLI::App& app, const char* footer) {
+RecordCommands::RecordCommands(CLI::App& app) {
     for (const Group& group : Groups) {
         CLI::App* parent = app.add_subcommand(group.name, group.help);
-        parent->footer(footer);
+        parent->footer(Footer);
         for (const RecordCommand& command : Commands) {
             if (std::string_view(command.group) != group.name) {
                 continue;
@@ -122,7 +126,7 @@ RecordCommands::RecordCommands(CLI::App& app, const char* footer) {
             if (*command.name != '\0') {
                 parent->require_subcommand(1);
                 own = parent->add_subcommand(command.name, command.help);
-                own->footer(footer);
+                own->footer(Footer);
             }
             AddOptions<RecordOptions>(*own, RecordOptionTable(), options_);
             AddWords(*own, command.words, options_);

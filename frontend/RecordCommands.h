@@ -19,7 +19,7 @@ struct RecordCommand;
 class RecordCommands {
 public:
     /// Adds them to a program that is yet to be parsed. `app` outlives the object.
-    RecordCommands(CLI::App& app, const char* footer);
+    explicit RecordCommands(CLI::App& app);
     ~RecordCommands();
     RecordCommands(const RecordCommands&) = delete;
     RecordCommands& operator=(const RecordCommands&) = delete;

@@ -1,6 +1,7 @@
 #include "frontend/Session.h"
 
 #include "frontend/ExitCodes.h"
+#include "frontend/IgnoreReplay.h"
 #include "frontend/ShownText.h"
 
 namespace kel::frontend {
@@ -17,6 +18,7 @@ platform::Platform WithFiles(platform::Platform platform, platform::Files& files
 Session::Session(const SessionOptions& options, std::FILE* err)
     : machine_(options),
       data_(machine_.HostFolder(options.data)),
+      hostUserData_(options.userData),
       userData_(machine_.MakeHostFolder(options.userData)),
       inner_(machine_.View()),
       files_(*inner_.files,
@@ -41,6 +43,7 @@ Session::Session(const SessionOptions& options, std::FILE* err)
 void Session::Load() {
     manager_.Scanner()->SetUserDataRootPath(userData_);
     manager_.Inititalize();
+    ReplayIgnoreList(hostUserData_, *manager_.IgnoredThreats());
 }
 
 int InSession(const SessionOptions& options, const char* command, const Streams& streams,

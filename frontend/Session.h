@@ -25,7 +25,8 @@ public:
     Session(const Session&) = delete;
     Session& operator=(const Session&) = delete;
 
-    /// Loads the engine's data and the user's. Failures go to the log and to those who observe it.
+    /// Loads the engine's data and the user's, with the user's ignore list. Failures go to the log and to those who
+    /// observe it. Throws MachineError when the ignore list can't be read.
     void Load();
 
     /// Called for each file and folder that can't be read, from now on; empty: nobody.
@@ -41,6 +42,7 @@ public:
 private:
     Machine machine_;
     std::string data_;
+    std::string hostUserData_;
     std::string userData_;
     ReadWatch::Report unreadable_;
     platform::Platform inner_;

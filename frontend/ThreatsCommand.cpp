@@ -82,7 +82,9 @@ void ForEachLine(std::string_view text, const Function& function) {
     }
 }
 
-void Titled(RecordReport& report, const char* title, const std::string& text) {
+void Titled(RecordReport& report, const char* title, std::string_view text) {
+    // What to do may begin with an empty line: details stand on a line of their own behind a text that may be none.
+    text.remove_prefix(std::min(text.find_first_not_of("\r\n"), text.size()));
     if (!text.empty()) {
         report.Line("");
         report.Line(title);
@@ -94,7 +96,8 @@ void Print(RecordReport& report, const ThreatRecord& threat) {
     report.Line(ShownText(threat.ThreatName) + "  (threat " + std::to_string(threat.ThreatID) + ")");
     report.Line("  " + ShownText(threat.Category) + ", risk " + ShownText(threat.GetThreatLevelDisplayName()) +
                 ", option level " + std::to_string(threat.OptionLevel));
-    report.Line("  type " + ShownText(threat.ThreatType) + ", removal " + RemovalName(threat.CustomRemovalType) +
+    report.Line("  " + (threat.ThreatType.empty() ? "" : "type " + ShownText(threat.ThreatType) + ", ") + "removal " +
+                RemovalName(threat.CustomRemovalType) +
                 (threat.CanQuarantine ? ", can be put into the quarantine" : ", can't be put into the quarantine"));
     if (!threat.Author.empty() || !threat.AuthorURL.empty()) {
         report.Line("  by " + ShownText(threat.Author) + (threat.Author.empty() ? "" : " ") +
