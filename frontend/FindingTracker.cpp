@@ -50,6 +50,13 @@ void FindingTracker::TellNew(const DetectedThreat& detected) {
         finding.levelName = detected.Threat->GetThreatLevelDisplayName();
     }
     Told& told = told_[detected.ThreatID];
+    if (detected.Threat && !told.texts) {
+        const ThreatLite& threat = *detected.Threat;
+        told.texts = std::make_shared<const ThreatTexts>(ThreatTexts{threat.GetDescriptionDisplay(),
+                                                                     threat.GetThreatLevelDescription(),
+                                                                     threat.GetAdviseDisplay(), threat.Author});
+    }
+    finding.texts = told.texts;
     New(detected.ThreatLocationFiles, told.files, [&](const ThreatLocationFile& file) {
         FindingRecord one = finding;
         one.md5 = file.MD5;

@@ -5,6 +5,9 @@
 #include <cstdint>
 #include <functional>
 #include <map>
+#include <memory>
+#include <string>
+#include <utility>
 
 #include "frontend/Sink.h"
 
@@ -37,6 +40,7 @@ private:
         std::size_t registry = 0;
         std::size_t cookies = 0;
         std::size_t customs = 0;
+        std::shared_ptr<const ThreatTexts> texts;
     };
 
     void TellNew(const DetectedThreat& detected);

@@ -3,17 +3,23 @@
 #include <chrono>
 #include <cstdio>
 #include <memory>
-#include <set>
 
 #include "core/EngineState.h"
-#include "core/Failures.h"
+#include "core/Value.h"
+#include "engine/Manager.h"
 #include "frontend/ExitCodes.h"
 #include "frontend/FindingTracker.h"
+#include "frontend/HtmlSink.h"
 #include "frontend/Interrupt.h"
 #include "frontend/JsonlSink.h"
-#include "frontend/Machine.h"
 #include "frontend/ProgressLine.h"
+#include "frontend/QuietSink.h"
+#include "frontend/ResultFile.h"
+#include "frontend/ScanObserver.h"
+#include "frontend/ScanReports.h"
+#include "frontend/ScanStages.h"
 #include "frontend/Session.h"
+#include "frontend/ShownText.h"
 #include "frontend/Terminal.h"
 #include "frontend/TextSink.h"
 #include "platform/Platform.h"
@@ -25,51 +31,17 @@ namespace {
 
 constexpr const char* DepthNames[] = {"", "shallow", "medium", "deep"};
 
-// What is observed while the engine loads and scans, on its way to the sink.
-class Observer {
-public:
-    Observer(Sink& sink, ProgressLine& progress) : sink_(sink), progress_(progress) {
-        ObserveFailures([this](const FailureRecord& record) { OnFailure(record); });
+const char* NameOf(enScanType type) {
+    switch (type) {
+        case ScanTypeProcesses:
+            return "processes";
+        case ScanTypeRegistry:
+            return "registry";
+        case ScanTypeCookies:
+            return "cookies";
+        default:
+            return "files";
     }
-    ~Observer() { ObserveFailures({}); }
-    Observer(const Observer&) = delete;
-    Observer& operator=(const Observer&) = delete;
-
-    void OnUnreadable(std::string_view path, platform::SysError error) {
-        if (!unreadable_.emplace(path).second) {
-            return;
-        }
-        progress_.Clear();
-        sink_.Error(
-            {"unreadable", "can't be read (error " + std::to_string(platform::Number(error)) + ")", std::string(path)});
-    }
-
-    [[nodiscard]] std::int64_t Errors() const { return errors_; }
-    [[nodiscard]] std::int64_t Unreadable() const { return static_cast<std::int64_t>(unreadable_.size()); }
-    /// Failures that make a table incomplete: those from the loading of the data.
-    [[nodiscard]] bool TablesComplete() const { return tablesComplete_; }
-
-private:
-    void OnFailure(const FailureRecord& record) {
-        const bool table = record.procedure == "InitializeScanData" || record.procedure == "InitializeThreatData";
-        tablesComplete_ = tablesComplete_ && !table;
-        ++errors_;
-        progress_.Clear();
-        sink_.Error({"engine", record.module + "." + record.procedure + ": " + record.description, {}});
-    }
-
-    Sink& sink_;
-    ProgressLine& progress_;
-    std::set<std::string, std::less<>> unreadable_;
-    std::int64_t errors_ = 0;
-    bool tablesComplete_ = true;
-};
-
-std::unique_ptr<Sink> MakeSink(const ScanOptions& options, Output& out, const Streams& streams) {
-    if (options.format == OutputFormat::Jsonl) {
-        return std::make_unique<JsonlSink>(out);
-    }
-    return std::make_unique<TextSink>(out, streams.err, MayColour(streams.out));
 }
 
 std::vector<std::string> Targets(const ScanOptions& options) {
@@ -92,98 +64,226 @@ void RequireTargets(const std::vector<std::string>& targets) {
     }
 }
 
-std::vector<std::string> NotAvailable(const platform::Capabilities& can) {
-    std::vector<std::string> stages;
-    if (!can.processes) {
-        stages.emplace_back("processes");
+// A report, and where it goes.
+struct WantedReport {
+    ScanReport kind;
+    Output* out;
+    std::string text;
+};
+
+// One run of the command, from the loading of the data to the summary.
+class Run {
+public:
+    Run(const ScanOptions& options, Session& session, Sink& sink, ProgressLine& progress)
+        : options_(options),
+          session_(session),
+          sink_(sink),
+          progress_(progress),
+          observer_(sink, progress),
+          tracker_([this](const FindingRecord& finding) {
+              progress_.Clear();
+              sink_.Finding(finding);
+          }),
+          scanner_(session.Manager().Scanner()) {
+        session_.OnUnreadable(
+            [this](std::string_view path, platform::SysError error) { observer_.OnUnreadable(path, error); });
     }
-    if (!can.registry) {
-        stages.emplace_back("registry");
+    ~Run() {
+        session_.OnUnreadable({});
+        session_.TheMachine().OnYield({});
+        ObserveScans({});
     }
-    return stages;
+    Run(const Run&) = delete;
+    Run& operator=(const Run&) = delete;
+
+    /// Gives the exit code.
+    /// @param reports made once the scan has ended
+    int Scan(std::vector<WantedReport>& reports);
+
+private:
+    void Start(const ScanStages& stages, const std::vector<std::string>& targets);
+    void Listen();
+    void StopIfAsked();
+    bool ScanAll();
+    bool ScanOne();
+
+    const ScanOptions& options_;
+    Session& session_;
+    Sink& sink_;
+    ProgressLine& progress_;
+    ScanObserver observer_;
+    FindingTracker tracker_;
+    std::shared_ptr<Scanner> scanner_;
+    std::shared_ptr<kel::Scan> scan_;
+    bool aborting_ = false;
+};
+
+void Run::Start(const ScanStages& stages, const std::vector<std::string>& targets) {
+    sink_.Start({scan_->ScanID, session_.TheMachine().Name(), targets, DepthNames[options_.depth],
+                 State().ThreatDataVersion, stages.notAvailable, stages.Names(), options_.threat,
+                 DateText(scan_->StartDate)});
 }
 
-int Work(const ScanOptions& options, Session& session, Sink& sink, ProgressLine& progress, Observer& observer) {
-    const auto began = std::chrono::steady_clock::now();
-    session.Load();
-    Machine& machine = session.TheMachine();
-    const std::shared_ptr<Scanner> scanner = session.Manager().Scanner();
-    scanner->InitializeScan();
-    const std::shared_ptr<Scan> scan = scanner->Scan();
-    if (!scan) {
+void Run::Listen() {
+    ScannerEvents events;
+    events.StartingLocation = [this](std::string_view location, enScanType type, std::int32_t count) {
+        progress_.Show(NameOf(type), count, location);
+    };
+    events.ThreatDetected = [this](std::string_view, enScanType, std::int32_t threat, std::int32_t) {
+        tracker_.Update(*scan_, threat);
+    };
+    events.RequestScanAbort = [this](bool&) { StopIfAsked(); };
+    scan_->Callback->Subscribe(std::move(events));
+    session_.TheMachine().OnYield([this] { StopIfAsked(); });
+}
+
+void Run::StopIfAsked() {
+    if (!aborting_ && Interrupt::Requested()) {
+        aborting_ = true;
+        scanner_->AbortScan("Interrupted by the user");
+    }
+}
+
+bool Run::ScanAll() {
+    const ScanStages stages = StagesOf(options_, session_.View().can);
+    if (stages.Names().empty()) {
+        throw MachineError("nothing of what was asked for is available on this machine: " + stages.notAvailable[0]);
+    }
+    scanner_->InitializeScan();
+    scan_ = scanner_->Scan();
+    if (!scan_) {
         throw MachineError("the scan could not be started");
     }
-
-    const std::vector<std::string> targets = Targets(options);
+    const std::vector<std::string> targets = stages.drives ? Targets(options_) : std::vector<std::string>();
     RequireTargets(targets);
     for (const std::string& target : targets) {
-        scanner->AddScanDriveAndPath(target);
+        scanner_->AddScanDriveAndPath(target);
     }
-    scanner->DoDriveScan = true;
-    scanner->DoScanZips = options.zips;
-    scanner->OptScanDepth = static_cast<enScanDepth>(options.depth);
-    scanner->SetOptMaxOptionLevel(options.maxOption);
+    Apply(options_, stages, *scanner_);
+    if (options_.priority != 0 && session_.View().can.live) {
+        scanner_->SetScannerPriority(options_.priority);
+    }
+    Start(stages, targets);
+    Listen();
+    const bool finished = scanner_->RunScanEasy();
+    if (observer_.HistoryWaits()) {
+        session_.Manager().ScanHistory()->Persist();
+    }
+    return finished;
+}
 
-    sink.Start({scan->ScanID, machine.Name(), targets, DepthNames[options.depth], State().ThreatDataVersion,
-                NotAvailable(session.View().can)});
-
-    FindingTracker tracker([&](const FindingRecord& finding) {
-        progress.Clear();
-        sink.Finding(finding);
-    });
-    ScannerEvents events;
-    events.StartingLocation = [&](std::string_view location, enScanType, std::int32_t count) {
-        progress.Show("files", count, location);
-    };
-    events.ThreatDetected = [&](std::string_view, enScanType, std::int32_t threat, std::int32_t) {
-        tracker.Update(*scan, threat);
-    };
-    scan->Callback->Subscribe(std::move(events));
-
-    const Interrupt interrupt;
-    bool aborting = false;
-    machine.OnYield([&] {
-        if (!aborting && Interrupt::Requested()) {
-            aborting = true;
-            scanner->AbortScan("Interrupted by the user");
+bool Run::ScanOne() {
+    if (session_.Manager().Threats()->GetThreatByThreatID(options_.threat) == nullptr) {
+        throw MachineError("no threat " + std::to_string(options_.threat) + " in the catalogue");
+    }
+    // The second scan that begins in there is the one: without a voice, and let go of before the call returns.
+    ObserveScans([this, begun = 0](const std::shared_ptr<kel::Scan>& scan) mutable {
+        if (++begun != 2) {
+            return;
         }
+        scan_ = scan;
+        scan_->Callback = std::make_shared<ScannerCallback>();
+        ScanStages none;
+        if (!session_.View().can.registry) {
+            none.notAvailable.emplace_back("registry");
+        }
+        Start(none, {});
+        Listen();
     });
-    const bool finished = scanner->RunScanEasy();
-    machine.OnYield({});
-    tracker.UpdateAll(*scan);
-    progress.Clear();
+    const bool scanned = scanner_->ScanThreat(options_.threat, false);
+    ObserveScans({});
+    if (!scan_) {
+        throw MachineError("the scan could not be started");
+    }
+    scan_->EndDate = platform::Current().clock->Now();
+    return scanned && !aborting_;
+}
+
+int Run::Scan(std::vector<WantedReport>& reports) {
+    const auto began = std::chrono::steady_clock::now();
+    session_.Load();
+    const Interrupt interrupt;
+    const bool finished = options_.threat != 0 ? ScanOne() : ScanAll();
+    session_.TheMachine().OnYield({});
+    tracker_.UpdateAll(*scan_);
+    for (WantedReport& report : reports) {
+        report.text = ReportText(*scan_, report.kind);
+    }
+    progress_.Clear();
 
     SummaryRecord summary;
-    summary.complete = finished && observer.TablesComplete();
-    summary.abortReason = scan->AbortReason;
-    summary.threats = tracker.Threats();
-    summary.locations = tracker.Locations();
-    summary.files = scan->ScannedFileCount;
-    summary.errors = observer.Errors();
-    summary.unreadable = observer.Unreadable();
+    summary.complete = finished && observer_.TablesComplete();
+    summary.abortReason = scan_->AbortReason;
+    summary.threats = tracker_.Threats();
+    summary.locations = tracker_.Locations();
+    summary.files = scan_->ScannedFileCount;
+    summary.processes = scan_->ScannedProcessCount;
+    summary.registry = scan_->ScannedRegistryCount;
+    summary.cookies = scan_->ScannedCookieCount;
+    summary.errors = observer_.Errors();
+    summary.unreadable = observer_.Unreadable();
     summary.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - began).count();
-    sink.Summary(summary);
+    sink_.Summary(summary);
     return Verdict(summary);
+}
+
+std::unique_ptr<Sink> MakeSink(OutputFormat format, Output& out, std::FILE* stream, std::FILE* err) {
+    switch (format) {
+        case OutputFormat::Jsonl:
+            return std::make_unique<JsonlSink>(out);
+        case OutputFormat::Html:
+            return std::make_unique<HtmlSink>(out);
+        case OutputFormat::Xml:
+            return std::make_unique<QuietSink>(err);
+        default:
+            return std::make_unique<TextSink>(out, err, MayColour(stream));
+    }
+}
+
+int NotWritten(const Streams& streams, const std::string& problem) {
+    std::fprintf(streams.err, "ombrelane scan: the results could not be written: %s\n", ShownHostText(problem).c_str());
+    return ExitIncomplete;
+}
+
+int Work(const ScanOptions& options, Session& session, const Streams& streams) {
+    const ResultFile file(options.output, streams.out);
+    if (file.Stream() == nullptr) {
+        return NotWritten(streams, file.Problem());
+    }
+    Output named(file.Stream());
+    Output standard(streams.out);
+    // A report takes the named file, or else the place of the results.
+    const bool both = options.report && !options.output.empty();
+    Output& results = both ? standard : named;
+    const OutputFormat format = options.report && !both ? OutputFormat::Xml : options.format;
+    std::vector<WantedReport> reports;
+    if (options.report) {
+        reports.push_back({*options.report, &named, {}});
+    } else if (format == OutputFormat::Xml) {
+        reports.push_back({ScanReport::Full, &named, {}});
+    }
+    if (both && format == OutputFormat::Xml) {
+        reports.push_back({ScanReport::Full, &standard, {}});
+    }
+    const auto sink = MakeSink(format, results, both ? streams.out : file.Stream(), streams.err);
+    ProgressLine progress(streams.err, !options.noProgress && IsTerminal(streams.err));
+    const int code = Run(options, session, *sink, progress).Scan(reports);
+    for (const WantedReport& report : reports) {
+        report.out->KeepLineEnds();
+        report.out->Write(report.text);
+    }
+    for (const Output* out : {&results, &named}) {
+        if (!out->Problem().empty()) {
+            return NotWritten(streams, out->Problem());
+        }
+    }
+    return code;
 }
 
 }  // namespace
 
 int RunScan(const ScanOptions& options, const Streams& streams) {
-    return InSession(options, "scan", streams, [&](Session& session) {
-        Output out(streams.out);
-        const std::unique_ptr<Sink> sink = MakeSink(options, out, streams);
-        ProgressLine progress(streams.err, !options.noProgress && IsTerminal(streams.err));
-        Observer observer(*sink, progress);
-        session.OnUnreadable(
-            [&](std::string_view path, platform::SysError error) { observer.OnUnreadable(path, error); });
-        const int code = Work(options, session, *sink, progress, observer);
-        session.OnUnreadable({});
-        if (!out.Problem().empty()) {
-            std::fprintf(streams.err, "ombrelane scan: the results could not be written: %s\n", out.Problem().c_str());
-            return static_cast<int>(ExitIncomplete);
-        }
-        return code;
-    });
+    return InSession(options, "scan", streams, [&](Session& session) { return Work(options, session, streams); });
 }
 
 }  // namespace kel::frontend

@@ -12,17 +12,38 @@
 
 namespace kel::frontend {
 
-enum class OutputFormat { Text, Jsonl };
+enum class OutputFormat { Text, Jsonl, Xml, Html };
+
+/// The engine's own texts about a scan.
+enum class ScanReport { Summary, Full, Files, Folders, Registry, Cookies };
 
 /// What the command line asked for.
 struct ScanOptions : SessionOptions {
     std::vector<std::string> paths;  ///< Windows paths; empty: all fixed drives
-    std::int32_t depth = 3;          ///< enScanDepth
+    bool processes = false;
+    bool modules = false;
+    bool common = false;
+    bool registry = false;
+    bool cookies = false;
+    bool full = false;
+    bool allUsers = false;
+    std::int32_t depth = 3;  ///< enScanDepth
     std::int16_t maxOption = 0;
+    std::int32_t maxMd5Len = 0;  ///< bytes; 0: the engine's own limit
     bool zips = false;
+    bool skipCommonFiles = false;
+    bool suspendActive = false;
+    std::int32_t priority = 0;  ///< the system's number of a priority class; 0: as it is
+    std::int32_t threat = 0;    ///< the only threat to look for; 0: all
     OutputFormat format = OutputFormat::Text;
+    bool formatNamed = false;  ///< it is not the default
+    std::optional<ScanReport> report;
+    std::string output;  ///< file of the host; empty: standard output
     bool noProgress = false;
 };
+
+template <class Options>
+struct OptionRow;
 
 /// Those that are the scan's own, in the order of the help; behind those of SessionOptionTable.
 std::span<const OptionRow<ScanOptions>> ScanOptionTable();

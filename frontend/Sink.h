@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -9,11 +10,22 @@ namespace kel::frontend {
 
 struct StartRecord {
     std::string scanId;
-    std::string machine;  ///< as it was named, "live" for the running machine
-    std::vector<std::string> targets;
+    std::string machine;               ///< as it was named, "live" for the running machine
+    std::vector<std::string> targets;  ///< drives or folders that are walked
     std::string depth;
     std::string dataVersion;
-    std::vector<std::string> notAvailable;  ///< stages that this machine can't have
+    std::vector<std::string> notAvailable;  ///< what was asked for and this machine can't have
+    std::vector<std::string> stages{};
+    std::int32_t threat = 0;  ///< the only one that is looked for; 0: all
+    std::string date{};       ///< when it began, in the machine's time
+};
+
+/// The catalogue's texts about a threat.
+struct ThreatTexts {
+    std::string description;       ///< what it is
+    std::string levelDescription;  ///< how bad it is
+    std::string advice;            ///< what to do
+    std::string author;
 };
 
 struct FindingRecord {
@@ -26,6 +38,7 @@ struct FindingRecord {
     std::string location;
     std::string md5;  ///< files only
     std::int16_t optionLevel = 0;
+    std::shared_ptr<const ThreatTexts> texts;  ///< the same object for each finding of a threat; or null
 };
 
 struct ErrorRecord {
@@ -39,13 +52,18 @@ struct SummaryRecord {
     std::string abortReason;  ///< empty when it was not aborted
     std::int64_t threats = 0;
     std::int64_t locations = 0;
-    std::int64_t files = 0;       ///< locations that the scan named
+    std::int64_t files = 0;       ///< locations that the scan named, by their kinds
     std::int64_t errors = 0;      ///< failures of the engine
     std::int64_t unreadable = 0;  ///< files and folders that could not be read
     double seconds = 0;
+    std::int64_t processes = 0;
+    std::int64_t registry = 0;
+    std::int64_t cookies = 0;
+
+    [[nodiscard]] std::int64_t Scanned() const { return files + processes + registry + cookies; }
 };
 
-/// One way of showing. Records come in the order start, findings and errors, summary.
+/// One way of showing. Records come in the order start, findings and errors, summary; errors may precede the start.
 class Sink {
 public:
     virtual ~Sink() = default;

@@ -33,8 +33,16 @@ void TextSink::Print(const char* code, const std::string& text) {
 }
 
 void TextSink::Start(const StartRecord& record) {
-    Print(Plain, "Scanning " + Joined(record.targets) + " of " + ShownText(record.machine) + ", depth " + record.depth +
-                     ", signature data " + ShownText(record.dataVersion));
+    const std::string data = ", signature data " + ShownText(record.dataVersion);
+    if (record.threat != 0) {
+        Print(Plain, "Looking for threat " + std::to_string(record.threat) + " on " + ShownText(record.machine) + data);
+    } else {
+        Print(Plain, "Scanning " + Joined(record.targets.empty() ? record.stages : record.targets) + " of " +
+                         ShownText(record.machine) + ", depth " + record.depth + data);
+    }
+    if (!record.stages.empty()) {
+        Print(Plain, "Stages: " + Joined(record.stages));
+    }
     if (!record.notAvailable.empty()) {
         Print(Plain, "Not available on this machine: " + Joined(record.notAvailable));
     }
@@ -73,7 +81,7 @@ void TextSink::Summary(const SummaryRecord& record) {
                       Counted(record.locations, "location", "locations"));
     char time[32];
     std::snprintf(time, sizeof time, "%.1f", record.seconds);
-    Print(Plain, Counted(record.files, "location", "locations") + " scanned in " + time + " s");
+    Print(Plain, Counted(record.Scanned(), "location", "locations") + " scanned in " + time + " s");
     if (record.unreadable > 0) {
         Print(Yellow, Counted(record.unreadable, "file or folder", "files and folders") + " could not be read");
     }

@@ -1,4 +1,6 @@
 // The scan of the run, and what lower modules see of it.
+#include <functional>
+#include <memory>
 #include <utility>
 
 #include "core/EngineState.h"
@@ -11,6 +13,7 @@ namespace {
 
 struct Current {
     std::shared_ptr<Scan> scan;
+    std::function<void(const std::shared_ptr<Scan>&)> observer;
 };
 
 }  // namespace
@@ -39,6 +42,14 @@ void SetCurrentScan(std::shared_ptr<Scan> scan) {
         }
         return folders->PathCookies;
     };
+    const auto observer = ModuleData<Current>().observer;
+    if (observer && CurrentScan()) {
+        observer(CurrentScan());
+    }
+}
+
+void ObserveScans(std::function<void(const std::shared_ptr<Scan>&)> observer) {
+    ModuleData<Current>().observer = std::move(observer);
 }
 
 }  // namespace kel

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -132,5 +133,9 @@ private:
 [[nodiscard]] std::shared_ptr<Scan> RequireCurrentScan(SourceLocation where = SourceLocation::current());
 /// Makes a scan the current one, and lets the listing procedures of the system modules report through it.
 void SetCurrentScan(std::shared_ptr<Scan> scan);
+/// Installs a function that sees each scan when it becomes the current one. The scan of a single threat is let go at
+/// the end of the call that makes it, so a front end that shows what it found must take hold of it before. Empty takes
+/// the function away.
+void ObserveScans(std::function<void(const std::shared_ptr<Scan>&)> observer);
 
 }  // namespace kel

@@ -53,13 +53,23 @@ private:
 TEST_F(JsonlLines, StartNamesWhatIsScannedAndWhatCanNotBe) {
     Sink().Start({"0A1B", "/mnt/c", {"C:\\", "D:\\"}, "deep", "105", {"processes", "registry"}});
     EXPECT_EQ(Line(), R"({"type":"start","scan":"0A1B","machine":"/mnt/c","targets":["C:\\","D:\\"],"depth":"deep",)"
-                      R"("data_version":"105","not_available":["processes","registry"]})");
+                      R"("data_version":"105","not_available":["processes","registry"],"stages":[]})");
+}
+
+TEST_F(JsonlLines, StartNamesTheStagesAndTheOnlyThreat) {
+    StartRecord start;
+    start.stages = {"common", "cookies"};
+    start.threat = 12;
+    Sink().Start(start);
+    const auto line = nlohmann::json::parse(Line());
+    EXPECT_THAT(line.at("stages"), ElementsAre("common", "cookies"));
+    EXPECT_EQ(line.at("threat"), 12);
 }
 
 TEST_F(JsonlLines, EmptyListsOfTheStartAreLists) {
     Sink().Start({});
     EXPECT_EQ(Line(), R"({"type":"start","scan":"","machine":"","targets":[],"depth":"","data_version":"",)"
-                      R"("not_available":[]})");
+                      R"("not_available":[],"stages":[]})");
 }
 
 TEST_F(JsonlLines, AFindingOfAFileHasItsHash) {
@@ -108,9 +118,12 @@ TEST_F(JsonlLines, TheSummaryHasEveryCount) {
     summary.errors = 4;
     summary.unreadable = 5;
     summary.seconds = 1.5;
+    summary.processes = 6;
+    summary.registry = 7;
+    summary.cookies = 8;
     Sink().Summary(summary);
     EXPECT_EQ(Line(), R"({"type":"summary","complete":true,"threats":1,"locations":2,"files":3000000000,"errors":4,)"
-                      R"("unreadable":5,"abort_reason":"","seconds":1.5})");
+                      R"("unreadable":5,"abort_reason":"","seconds":1.5,"processes":6,"registry":7,"cookies":8})");
 }
 
 TEST_F(JsonlLines, AnAbortedScanSaysWhy) {
@@ -118,7 +131,8 @@ TEST_F(JsonlLines, AnAbortedScanSaysWhy) {
     summary.abortReason = "Interrupted by the user";
     Sink().Summary(summary);
     EXPECT_EQ(Line(), R"({"type":"summary","complete":false,"threats":0,"locations":0,"files":0,"errors":0,)"
-                      R"("unreadable":0,"abort_reason":"Interrupted by the user","seconds":0.0})");
+                      R"("unreadable":0,"abort_reason":"Interrupted by the user","seconds":0.0,)"
+                      R"("processes":0,"registry":0,"cookies":0})");
 }
 
 TEST_F(JsonlLines, TextOfTheMachineIsWrittenInAscii) {

@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 
 #include <set>
+#include <utility>
 
 #include "frontend/OptionTable.h"
 
@@ -50,11 +51,14 @@ TEST(ScanOptionTable, HasEveryOptionOnceInTheOrderOfTheHelp) {
         names.emplace_back(row.name);
         EXPECT_STRNE(row.help, "") << row.name;
     });
-    EXPECT_THAT(names, ElementsAre("--machine", "--drive", "--user", "--data", "--user-data", "--path", "--depth",
-                                   "--max-option", "--zips", "--format", "--no-progress"));
+    EXPECT_THAT(names,
+                ElementsAre("--machine", "--drive", "--user", "--data", "--user-data", "--full", "--processes",
+                            "--modules", "--common", "--path", "--registry", "--cookies", "--all-users", "--threat",
+                            "--depth", "--max-option", "--max-md5-len", "--zips", "--skip-common-files",
+                            "--suspend-active", "--priority", "--format", "--report", "-o,--output", "--no-progress"));
 }
 
-TEST(ScanOptionTable, DrivesAndPathsMayBeRepeatedAndTwoOptionsAreSwitches) {
+TEST(ScanOptionTable, DrivesAndPathsMayBeRepeatedAndStagesAreSwitches) {
     std::set<std::string> repeatable;
     std::set<std::string> switches;
     ForEachRow([&](const auto& row) {
@@ -66,7 +70,9 @@ TEST(ScanOptionTable, DrivesAndPathsMayBeRepeatedAndTwoOptionsAreSwitches) {
         }
     });
     EXPECT_THAT(repeatable, ElementsAre("--drive", "--path"));
-    EXPECT_THAT(switches, ElementsAre("--no-progress", "--zips"));
+    EXPECT_THAT(switches,
+                ElementsAre("--all-users", "--common", "--cookies", "--full", "--modules", "--no-progress",
+                            "--processes", "--registry", "--skip-common-files", "--suspend-active", "--zips"));
 }
 
 TEST(ScanOptionTable, WithoutAnyTheScanIsDeepWithTheSureSignaturesAndText) {
@@ -97,6 +103,22 @@ TEST(ScanOptionTable, SwitchesTurnOn) {
     EXPECT_EQ(Apply(options, "--no-progress"), "");
     EXPECT_TRUE(options.zips);
     EXPECT_TRUE(options.noProgress);
+    constexpr std::pair<const char*, bool ScanOptions::*> Switches[] = {
+        {"--full", &ScanOptions::full},
+        {"--processes", &ScanOptions::processes},
+        {"--modules", &ScanOptions::modules},
+        {"--common", &ScanOptions::common},
+        {"--registry", &ScanOptions::registry},
+        {"--cookies", &ScanOptions::cookies},
+        {"--all-users", &ScanOptions::allUsers},
+        {"--skip-common-files", &ScanOptions::skipCommonFiles},
+        {"--suspend-active", &ScanOptions::suspendActive},
+    };
+    for (const auto& [name, member] : Switches) {
+        EXPECT_FALSE(options.*member) << name;
+        EXPECT_EQ(Apply(options, name), "");
+        EXPECT_TRUE(options.*member) << name;
+    }
 }
 
 TEST(ScanOptionTable, ADriveIsALetterAndAFolder) {
@@ -150,15 +172,83 @@ TEST(ScanOptionTable, TheOptionLevelIsAWholeNumberOfFifteenBits) {
     }
 }
 
-TEST(ScanOptionTable, FormatIsOneOfTwoWords) {
+TEST(ScanOptionTable, TheLimitOfTheMd5IsAtLeastOneByte) {
     ScanOptions options;
-    EXPECT_EQ(Apply(options, "--format", "jsonl"), "");
-    EXPECT_EQ(options.format, OutputFormat::Jsonl);
-    EXPECT_EQ(Apply(options, "--format", "text"), "");
-    EXPECT_EQ(options.format, OutputFormat::Text);
-    for (const char* wrong : {"", "JSONL", "json", "xml"}) {
-        EXPECT_EQ(Apply("--format", wrong), "expected text or jsonl, not '" + std::string(wrong) + "'");
+    EXPECT_EQ(options.maxMd5Len, 0);
+    EXPECT_EQ(Apply(options, "--max-md5-len", "1"), "");
+    EXPECT_EQ(options.maxMd5Len, 1);
+    EXPECT_EQ(Apply(options, "--max-md5-len", "2147483647"), "");
+    EXPECT_EQ(options.maxMd5Len, 2147483647);
+    for (const char* wrong : {"", "0", "-1", "2147483648", "5k"}) {
+        EXPECT_EQ(Apply("--max-md5-len", wrong),
+                  "expected a number from 1 to 2147483647, not '" + std::string(wrong) + "'");
     }
+}
+
+TEST(ScanOptionTable, AThreatIsItsNumber) {
+    ScanOptions options;
+    EXPECT_EQ(Apply(options, "--threat", "9001"), "");
+    EXPECT_EQ(options.threat, 9001);
+    EXPECT_EQ(Apply("--threat", "0"), "expected a number from 1 to 2147483647, not '0'");
+    EXPECT_EQ(Apply("--threat", "bannerbird"), "expected a number from 1 to 2147483647, not 'bannerbird'");
+}
+
+TEST(ScanOptionTable, ThePriorityIsAWordForTheSystemsNumber) {
+    ScanOptions options;
+    EXPECT_EQ(options.priority, 0);
+    const std::pair<const char*, std::int32_t> words[] = {
+        {"idle", 0x40}, {"below-normal", 0x4000}, {"normal", 0x20}, {"above-normal", 0x8000}, {"high", 0x80}};
+    for (const auto& [word, number] : words) {
+        EXPECT_EQ(Apply(options, "--priority", word), "");
+        EXPECT_EQ(options.priority, number) << word;
+    }
+    EXPECT_EQ(Apply("--priority", "realtime"),
+              "expected idle, below-normal, normal, above-normal or high, not 'realtime'");
+}
+
+TEST(ScanOptionTable, FormatIsOneOfFourWords) {
+    ScanOptions options;
+    const std::pair<const char*, OutputFormat> words[] = {{"jsonl", OutputFormat::Jsonl},
+                                                          {"text", OutputFormat::Text},
+                                                          {"xml", OutputFormat::Xml},
+                                                          {"html", OutputFormat::Html}};
+    for (const auto& [word, format] : words) {
+        EXPECT_EQ(Apply(options, "--format", word), "");
+        EXPECT_EQ(options.format, format);
+    }
+    for (const char* wrong : {"", "JSONL", "json", "pdf"}) {
+        EXPECT_EQ(Apply("--format", wrong), "expected text, jsonl, xml or html, not '" + std::string(wrong) + "'");
+    }
+}
+
+TEST(ScanOptionTable, AReportIsOneOfTheEnginesSix) {
+    ScanOptions options;
+    EXPECT_FALSE(options.report);
+    const std::pair<const char*, ScanReport> words[] = {
+        {"summary", ScanReport::Summary}, {"full", ScanReport::Full},         {"files", ScanReport::Files},
+        {"folders", ScanReport::Folders}, {"registry", ScanReport::Registry}, {"cookies", ScanReport::Cookies}};
+    for (const auto& [word, report] : words) {
+        EXPECT_EQ(Apply(options, "--report", word), "");
+        EXPECT_EQ(options.report, report);
+    }
+    EXPECT_EQ(Apply("--report", "all"), "expected summary, full, files, folders, registry or cookies, not 'all'");
+}
+
+TEST(ScanOptionTable, TheOutputIsAFile) {
+    ScanOptions options;
+    EXPECT_EQ(Apply(options, "-o,--output", "a b.html"), "");
+    EXPECT_EQ(options.output, "a b.html");
+    EXPECT_EQ(Apply("-o,--output", ""), "expected the name of a file");
+}
+
+TEST(ScanOptionTable, HelpSaysWhatMayEndProcesses) {
+    std::set<std::string> telling;
+    for (const auto& row : ScanOptionTable()) {
+        if (std::string_view(row.help).find("END") != std::string_view::npos) {
+            telling.insert(row.name);
+        }
+    }
+    EXPECT_THAT(telling, ElementsAre("--suspend-active", "--threat"));
 }
 
 ScanOptions Enough() {
@@ -180,6 +270,33 @@ TEST(CheckScanOptions, BothFoldersOfTheEngineAreRequired) {
     options.userData.clear();
     EXPECT_EQ(CheckScanOptions(options), "--user-data is required");
     EXPECT_EQ(CheckScanOptions({}), "--data is required");
+}
+
+TEST(CheckScanOptions, OneStreamTakesTheReportOrTheResults) {
+    ScanOptions options = Enough();
+    options.report = ScanReport::Files;
+    EXPECT_EQ(CheckScanOptions(options), std::nullopt);
+    options.formatNamed = true;
+    EXPECT_EQ(CheckScanOptions(options),
+              "--report and --format both go to standard output; name a file for the report with -o");
+    options.output = "report.xml";
+    EXPECT_EQ(CheckScanOptions(options), std::nullopt);
+}
+
+TEST(CheckScanOptions, ASingleThreatGoesWithNoStage) {
+    ScanOptions options = Enough();
+    options.threat = 7;
+    EXPECT_EQ(CheckScanOptions(options), std::nullopt);
+    constexpr bool ScanOptions::*Stages[] = {&ScanOptions::full,   &ScanOptions::processes, &ScanOptions::modules,
+                                             &ScanOptions::common, &ScanOptions::registry,  &ScanOptions::cookies};
+    const char* problem = "--threat looks for its threat everywhere; it goes with no stage and no --path";
+    for (const auto stage : Stages) {
+        ScanOptions one = options;
+        one.*stage = true;
+        EXPECT_EQ(CheckScanOptions(one), problem);
+    }
+    options.paths = {"C:\\"};
+    EXPECT_EQ(CheckScanOptions(options), problem);
 }
 
 #ifdef _WIN32

@@ -59,6 +59,34 @@ TEST_F(TextLayout, TheSecondWhatTheMachineCanNotHave) {
                                      "Not available on this machine: processes, registry"));
 }
 
+TEST_F(TextLayout, StagesAreALineAndStandForTheDrivesWhereNoneIsWalked) {
+    StartRecord start{"1", "live", {"C:\\"}, "deep", "7", {}};
+    start.stages = {"common", "drives"};
+    Sink().Start(start);
+    start.targets.clear();
+    start.stages = {"registry", "cookies"};
+    Sink().Start(start);
+    EXPECT_THAT(Lines(), ElementsAre("Scanning C:\\ of live, depth deep, signature data 7", "Stages: common, drives",
+                                     "Scanning registry, cookies of live, depth deep, signature data 7",
+                                     "Stages: registry, cookies"));
+}
+
+TEST_F(TextLayout, TheOnlyThreatIsNamed) {
+    StartRecord start{"1", "live", {}, "deep", "7", {}};
+    start.threat = 12;
+    Sink().Start(start);
+    EXPECT_THAT(Lines(), ElementsAre("Looking for threat 12 on live, signature data 7"));
+}
+
+TEST_F(TextLayout, LocationsOfAllKindsCountAsScanned) {
+    SummaryRecord summary = Counts(0, 0, 1);
+    summary.processes = 10;
+    summary.registry = 100;
+    summary.cookies = 1000;
+    Sink().Summary(summary);
+    EXPECT_THAT(Lines(), ElementsAre("", "No threats found", "1111 locations scanned in 12.3 s"));
+}
+
 TEST_F(TextLayout, NothingFoundIsThreeLines) {
     Sink().Summary(Counts(0, 0, 1));
     EXPECT_THAT(Lines(), ElementsAre("", "No threats found", "1 location scanned in 12.3 s"));

@@ -39,9 +39,10 @@ TEST_F(BareFolderScan, ACleanMachineIsCodeZero) {
     const Outcome outcome = Scan();
     EXPECT_EQ(outcome.code, ExitClean);
     EXPECT_EQ(outcome.err, "");
-    EXPECT_THAT(Lines(outcome.out), ElementsAre("Scanning C:\\ of <root>/machine, depth deep, signature data 105",
-                                                "Not available on this machine: processes, registry", "",
-                                                "No threats found", "1 location scanned in <seconds> s"));
+    EXPECT_THAT(Lines(outcome.out),
+                ElementsAre("Scanning C:\\ of <root>/machine, depth deep, signature data 105",
+                            "Stages: common, drives, cookies", "Not available on this machine: processes, registry", "",
+                            "No threats found", "16 locations scanned in <seconds> s"));
 }
 
 TEST_F(BareFolderScan, ThreatsAreCodeOne) {
@@ -54,10 +55,10 @@ TEST_F(BareFolderScan, ThreatsAreCodeOne) {
     EXPECT_THAT(
         Lines(outcome.out),
         ElementsAre("Scanning C:\\ of <root>/machine, depth deep, signature data 105",
-                    "Not available on this machine: processes, registry", "", "Example.Adware.One  (threat 9001)",
-                    "  Adware, risk High", "  file      C:\\My Music\\song.exe", "",
-                    "Example.Trojan.Two  (threat 9002)", "  Trojan, risk Severe", "  file      C:\\small\\BAD.exe", "",
-                    "2 threats found in 2 locations", "3 locations scanned in <seconds> s"));
+                    "Stages: common, drives, cookies", "Not available on this machine: processes, registry", "",
+                    "Example.Adware.One  (threat 9001)", "  Adware, risk High", "  file      C:\\My Music\\song.exe",
+                    "", "Example.Trojan.Two  (threat 9002)", "  Trojan, risk Severe", "  file      C:\\small\\BAD.exe",
+                    "", "2 threats found in 2 locations", "21 locations scanned in <seconds> s"));
 }
 
 TEST_F(BareFolderScan, JsonLinesTellTheSame) {
@@ -69,14 +70,15 @@ TEST_F(BareFolderScan, JsonLinesTellTheSame) {
     EXPECT_THAT(
         Lines(outcome.out),
         ElementsAre(R"({"type":"start","scan":"<scan>","machine":"<root>/machine","targets":["C:\\"],"depth":"deep",)"
-                    R"("data_version":"105","not_available":["processes","registry"]})",
+                    R"("data_version":"105","not_available":["processes","registry"],)"
+                    R"("stages":["common","drives","cookies"]})",
                     R"({"type":"finding","threat":9001,"name":"Example.Adware.One","kind":"file",)"
                     R"("location":"C:\\My Music\\song.exe","category":"Adware","level":2,"option_level":0,"md5":")" +
                         HashOf(Bad()) + "\"}",
                     R"({"type":"finding","threat":9002,"name":"Example.Trojan.Two","kind":"file",)"
                     R"("location":"C:\\small\\BAD.exe","category":"Trojan","level":1,"option_level":0,"md5":""})",
-                    R"({"type":"summary","complete":true,"threats":2,"locations":2,"files":2,"errors":0,)"
-                    R"("unreadable":0,"abort_reason":"","seconds":<seconds>})"));
+                    R"({"type":"summary","complete":true,"threats":2,"locations":2,"files":19,"errors":0,)"
+                    R"("unreadable":0,"abort_reason":"","seconds":<seconds>,"processes":0,"registry":0,"cookies":0})"));
 }
 
 TEST_F(BareFolderScan, EachScanHasAnIdentifierOfItsOwnOfThirtyCharacters) {
@@ -132,10 +134,12 @@ TEST_F(BareFolderScan, DepthSaysWhatFilesAreKnownBy) {
     Write("machine/p/bad.exe", Bad());
     Write("machine/p/long.exe", Bad() + "x");
     Write("machine/p/short.exe", "x");
-    EXPECT_THAT(Found({"--depth", "shallow"}), ElementsAre("C:\\\\p\\\\long.exe", "C:\\\\p\\\\short.exe"));
-    EXPECT_THAT(Found({"--depth", "medium"}), ElementsAre("C:\\\\p\\\\bad.exe"));
-    EXPECT_THAT(Found({"--depth", "deep"}), ElementsAre("C:\\\\p\\\\bad.exe", "C:\\\\p\\\\short.exe"));
-    EXPECT_THAT(Scan({"--depth", "shallow"}).out, HasSubstr(", depth shallow, "));
+    EXPECT_THAT(Found({"--path", "C:\\", "--depth", "shallow"}),
+                ElementsAre("C:\\\\p\\\\long.exe", "C:\\\\p\\\\short.exe"));
+    EXPECT_THAT(Found({"--path", "C:\\", "--depth", "medium"}), ElementsAre("C:\\\\p\\\\bad.exe"));
+    EXPECT_THAT(Found({"--path", "C:\\", "--depth", "deep"}),
+                ElementsAre("C:\\\\p\\\\bad.exe", "C:\\\\p\\\\short.exe"));
+    EXPECT_THAT(Scan({"--path", "C:\\", "--depth", "shallow"}).out, HasSubstr(", depth shallow, "));
     EXPECT_THAT(Scan({"--depth", "medium", "--format", "jsonl"}).out, HasSubstr(R"("depth":"medium")"));
 }
 

@@ -68,7 +68,8 @@ TEST_F(PrefixScan, FindsByFoldersOfTheRegistryAndByHash) {
     EXPECT_THAT(
         Lines(outcome.out),
         ElementsAre(R"({"type":"start","scan":"<scan>","machine":"<root>/machine","targets":["C:\\"],"depth":"deep",)"
-                    R"("data_version":"105","not_available":["processes"]})",
+                    R"("data_version":"105","not_available":["processes"],)"
+                    R"("stages":["common","drives","registry","cookies"]})",
                     R"({"type":"finding","threat":1,"name":"Example.Path","kind":"file",)"
                     R"("location":"C:\\Program Files\\ink.exe","category":"Adware","level":3,"option_level":0,)"
                     R"("md5":""})",
@@ -79,8 +80,8 @@ TEST_F(PrefixScan, FindsByFoldersOfTheRegistryAndByHash) {
                     R"({"type":"finding","threat":1,"name":"Example.Path","kind":"file",)"
                     R"("location":"C:\\windows\\system32\\TIN.DLL","category":"Adware","level":3,"option_level":0,)"
                     R"("md5":""})",
-                    R"({"type":"summary","complete":true,"threats":2,"locations":3,"files":3,"errors":0,)"
-                    R"("unreadable":0,"abort_reason":"","seconds":<seconds>})"));
+                    R"({"type":"summary","complete":true,"threats":2,"locations":3,"files":22,"errors":0,)"
+                    R"("unreadable":0,"abort_reason":"","seconds":<seconds>,"processes":0,"registry":0,"cookies":0})"));
 }
 
 TEST_F(PrefixScan, InTextTheLocationsOfAThreatStandTogether) {
@@ -90,12 +91,13 @@ TEST_F(PrefixScan, InTextTheLocationsOfAThreatStandTogether) {
     const Outcome outcome = Scan();
     EXPECT_EQ(outcome.code, ExitThreats);
     const auto lines = Lines(outcome.out);
-    ASSERT_GE(lines.size(), 10U);
-    EXPECT_EQ(lines[1], "Not available on this machine: processes");
-    EXPECT_EQ(lines[3], "Example.Path  (threat 1)");
-    EXPECT_EQ(lines[5], "  file      C:\\Program Files\\ink.exe");
-    EXPECT_EQ(lines[6], "  file      C:\\windows\\system32\\TIN.DLL");
-    EXPECT_EQ(lines[8], "Example.Hash  (threat 2)");
+    ASSERT_GE(lines.size(), 11U);
+    EXPECT_EQ(lines[1], "Stages: common, drives, registry, cookies");
+    EXPECT_EQ(lines[2], "Not available on this machine: processes");
+    EXPECT_EQ(lines[4], "Example.Path  (threat 1)");
+    EXPECT_EQ(lines[6], "  file      C:\\Program Files\\ink.exe");
+    EXPECT_EQ(lines[7], "  file      C:\\windows\\system32\\TIN.DLL");
+    EXPECT_EQ(lines[9], "Example.Hash  (threat 2)");
 }
 
 TEST_F(PrefixScan, TheUserIsTheOneNamedAndNoOther) {

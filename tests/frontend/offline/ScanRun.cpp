@@ -93,12 +93,12 @@ void ScanRun::Write(const std::string& path, std::string_view bytes) const {
 void ScanRun::MakeTables(const Tables& tables) const {
     const std::string keyed = "ThreatID,Key,OptionalScan\n";
     Create("threats", Data() / "kelThreatData.sdb", ThreatRows(tables.threats));
-    Create("cookies", Data() / "KelThreatCookie.sdb", keyed);
+    Create("cookies", Data() / "KelThreatCookie.sdb", "ThreatID,Key\n" + tables.cookies);
     Create("md5", Data() / "KelThreatFileMD5.sdb", keyed + tables.md5);
     Create("paths", Data() / "KelThreatFilePath.sdb", keyed + tables.paths);
     Create("folders", Data() / "KelThreatFolder.sdb", keyed + tables.folders);
     Create("regkeys", Data() / "KelThreatRegKey.sdb",
-           "ThreatID,RegHive,RegKey,RegValueName,RegValueData,OptionalScan\n");
+           "ThreatID,RegHive,RegKey,RegValueName,RegValueData,OptionalScan\n" + tables.regkeys);
     Create("extensions", Data() / "KelFileExtensions.sdb", "Extension\n" + tables.extensions);
     Create("resuscitators", Data() / "kelRes.sdb",
            "ThreatID,ResExeName,ResExeMD5,ResDeleteFile,ResDeleteRegKey,ResInternalName\n");
@@ -142,7 +142,7 @@ std::vector<std::string> ScanRun::Lines(const std::string& text) const {
     std::istringstream stream(text);
     for (std::string line; std::getline(stream, line);) {
         Mask(line, "\"scan\":\"", "\"", "<scan>");
-        Mask(line, "\"seconds\":", "}", "<seconds>");
+        Mask(line, "\"seconds\":", ",", "<seconds>");
         Mask(line, " scanned in ", " s", "<seconds>");
         for (std::size_t at; (at = line.find(root_.string())) != std::string::npos;) {
             line.replace(at, root_.string().size(), "<root>");

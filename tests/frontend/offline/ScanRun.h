@@ -40,6 +40,8 @@ protected:
         std::string paths;
         std::string folders;
         std::string extensions;  ///< Extension
+        std::string regkeys{};   ///< ThreatID,RegHive,RegKey,RegValueName,RegValueData,OptionalScan
+        std::string cookies{};   ///< ThreatID,Key
     };
     void MakeTables(const Tables& tables) const;
     /// One threat, 9001, for files with the bytes Bad(), and another, 9002, for `c:\small\bad.exe`, whatever it holds.

@@ -56,7 +56,7 @@ TEST_F(TerminalScan, NoColorIsObeyedUnlessItIsEmpty) {
 }
 
 TEST_F(TerminalScan, TheProgressLineIsShownAndWipedAgain) {
-    ScanOn(captured.File(), screen.File());
+    ScanOn(captured.File(), screen.File(), {"--path", "C:\\"});
     const std::string shown = screen.Read();
     EXPECT_THAT(shown, testing::StartsWith(std::string(Wipe) + "files  1  "));
     EXPECT_THAT(shown, HasSubstr("C:\\song.exe"));

@@ -71,25 +71,25 @@ TEST_F(UnreadableScan, AFolderThatCanNotBeListedIsToldByItsName) {
     Write("machine/secret/x.exe", Bad());
     Write("machine/open/x.txt", "x");
     Forbid("machine/secret", 0);
-    const Outcome outcome = ScanAsUser({"--format", "jsonl"});
+    const Outcome outcome = ScanAsUser({"--path", "C:\\", "--format", "jsonl"});
     EXPECT_EQ(outcome.code, ExitIncomplete);
     EXPECT_EQ(outcome.err, "");
     EXPECT_THAT(Errors(outcome), ElementsAre(Denied("C:\\\\secret")));
     EXPECT_EQ(Lines(outcome.out).back(),
               R"({"type":"summary","complete":true,"threats":0,"locations":0,"files":1,"errors":0,)"
-              R"("unreadable":1,"abort_reason":"","seconds":<seconds>})");
+              R"("unreadable":1,"abort_reason":"","seconds":<seconds>,"processes":0,"registry":0,"cookies":0})");
 }
 
 TEST_F(UnreadableScan, InTextItGoesToTheDiagnosticsAndIsCounted) {
     Write("machine/secret/x.exe", Bad());
     Forbid("machine/secret", 0);
-    const Outcome outcome = ScanAsUser();
+    const Outcome outcome = ScanAsUser({"--path", "C:\\"});
     EXPECT_EQ(outcome.code, ExitIncomplete);
     EXPECT_EQ(outcome.err, "ombrelane: C:\\secret: can't be read (error 5)\n");
-    EXPECT_THAT(Lines(outcome.out),
-                ElementsAre("Scanning C:\\ of <root>/machine, depth deep, signature data 105",
-                            "Not available on this machine: processes, registry", "", "No threats found",
-                            "0 locations scanned in <seconds> s", "1 file or folder could not be read"));
+    EXPECT_THAT(
+        Lines(outcome.out),
+        ElementsAre("Scanning C:\\ of <root>/machine, depth deep, signature data 105", "Stages: drives", "",
+                    "No threats found", "0 locations scanned in <seconds> s", "1 file or folder could not be read"));
 }
 
 TEST_F(UnreadableScan, AFileThatCanNotBeReadIsToldOnce) {
