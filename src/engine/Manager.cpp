@@ -66,6 +66,10 @@ std::shared_ptr<kel::Scanner> Manager::Scanner() {
     return MadeOnce(scanner_);
 }
 
+std::shared_ptr<kel::Cleaner> Manager::Cleaner() {
+    return MadeOnce(cleaner_);
+}
+
 std::shared_ptr<kel::Threats> Manager::Threats() {
     return HandedOver(threats_);
 }

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "catalogue/Threats.h"
+#include "cleaner/Cleaner.h"
 #include "core/EngineState.h"
 #include "engine/Settings.h"
 #include "results/IgnoredThreats.h"
@@ -32,6 +33,8 @@ public:
 
     /// Made at the first use; the same one from then on.
     [[nodiscard]] std::shared_ptr<kel::Scanner> Scanner();
+    /// Made at the first use; the same one from then on.
+    [[nodiscard]] std::shared_ptr<kel::Cleaner> Cleaner();
     // A new object at each use: these have no state of their own.
     [[nodiscard]] std::shared_ptr<kel::Threats> Threats();
     [[nodiscard]] std::shared_ptr<kel::IgnoredThreats> IgnoredThreats();
@@ -45,6 +48,7 @@ public:
 
 private:
     std::shared_ptr<kel::Scanner> scanner_;
+    std::shared_ptr<kel::Cleaner> cleaner_;
     std::shared_ptr<kel::Threats> threats_;
     std::shared_ptr<kel::IgnoredThreats> ignoredThreats_;
     std::shared_ptr<kel::ScanHistory> scanHistory_;

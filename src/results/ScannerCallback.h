@@ -3,10 +3,9 @@
 
 #include <cstdint>
 #include <functional>
-#include <memory>
 #include <string_view>
-#include <vector>
 
+#include "core/Subscribers.h"
 #include "results/Enumerations.h"
 
 namespace kel {
@@ -41,16 +40,7 @@ public:
     void EventRequestScanAbort(bool& blnAbort);
 
 private:
-    struct Subscriber {
-        std::int32_t number = 0;
-        ScannerEvents events;
-    };
-
-    template <class Event, class... Arguments>
-    void RaiseEvent(Event ScannerEvents::*event, Arguments&&... arguments);
-
-    std::vector<std::shared_ptr<Subscriber>> subscribers_;
-    std::int32_t last_ = 0;
+    Subscribers<ScannerEvents> subscribers_;
 };
 
 }  // namespace kel
