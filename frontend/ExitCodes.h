@@ -6,11 +6,13 @@ namespace kel::frontend {
 struct SummaryRecord;
 
 enum ExitCode : int {
-    ExitClean = 0,       ///< the scan ran to its end and found nothing
-    ExitThreats = 1,     ///< threats were found
-    ExitIncomplete = 2,  ///< the scan could not be completed: aborted, tables not loaded, or parts that can't be read
-    ExitUsage = 64,      ///< the command line can't be understood
-    ExitNoInput = 66,    ///< no such machine, data folder or user data folder
+    ExitClean = 0,    ///< the scan ran to its end and found nothing; another command did its work
+    ExitThreats = 1,  ///< threats were found
+    /// The scan could not be completed: aborted, tables not loaded, or parts that can't be read. Another command met a
+    /// failure of the engine, or could not write.
+    ExitIncomplete = 2,
+    ExitUsage = 64,    ///< the command line can't be understood
+    ExitNoInput = 66,  ///< no such machine, folder, scan or threat, or an ignore list that can't be read
 };
 
 /// What a scan that ran ends the program with. Nothing found is only clean when everything could be looked at.
