@@ -108,6 +108,7 @@ TEST_F(Platforms, AMachineThatDoesNotRunHasNoProcessesAndNoTokens) {
     const platform::Platform view = Machine().View();
     EXPECT_FALSE(view.can.processes);
     EXPECT_FALSE(view.can.services);
+    EXPECT_FALSE(view.can.components);
     EXPECT_FALSE(view.can.live);
     EXPECT_TRUE(view.can.writable);
     EXPECT_TRUE(view.processes->Snapshot()->empty());

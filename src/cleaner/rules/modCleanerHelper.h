@@ -2,6 +2,7 @@
 // behind a place in the registry.
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <string_view>
 
@@ -38,6 +39,16 @@ namespace kel::modCleanerHelper {
 /// The class that a key or a value names, in braces; empty for a place that names none.
 [[nodiscard]] std::string GetCLSIDfromRegistryLocations(platform::Hive hive, std::string_view key,
                                                         std::string_view name, std::string_view data);
+
+// Component servers.
+
+/// Whether some class of the machine is served by that file. A path of fewer than three characters is none.
+[[nodiscard]] bool IsCOMRegistered(std::string_view path);
+/// Has a library register or unregister its components by its own entry point, which runs the library's code.
+/// @return what the entry point answers, or the platform's error number when it can't be called (50 on a machine that
+/// does not run); 1 for a program (".exe"), which is never run; 0 for a path of fewer than three characters.
+std::int32_t RegisterCOM(std::string_view path);
+std::int32_t UnRegisterCOM(std::string_view path);
 
 // Repairs of what threats change and nobody wants deleted.
 

@@ -9,7 +9,8 @@
 namespace kel::decorators {
 
 /// Refuses every write to files and to the registry with SysError::WriteProtect, except below the roots that are
-/// allowed, and the end of every process and thread and the control of every service with SysError::AccessDenied. What
+/// allowed, and the end of every process and thread, the control of every service and the registration of every
+/// component with SysError::AccessDenied. What
 /// would fail for another reason (a file to be deleted is not there, a folder to be made is) fails for that one. A move
 /// needs both ends allowed.
 class ReadOnlyPlatform {

@@ -7,6 +7,7 @@
 #include "decorators/ReadOnlyPlatform.h"
 #include "offline/MachineView.h"
 #include "offline/OfflineClock.h"
+#include "offline/OfflineComponents.h"
 #include "offline/OfflineFiles.h"
 #include "offline/OfflineLoop.h"
 #include "offline/OfflineProcesses.h"
@@ -46,6 +47,7 @@ struct OfflinePlatform::Impl {
     OfflineProcesses processes;
     OfflineRights rights;
     OfflineServices services;
+    OfflineComponents components;
     OfflineClock clock;
     OfflineText text;
     OfflineLoop loop;
@@ -69,6 +71,7 @@ OfflinePlatform::Impl::Impl(const MachineOptions& options) {
     plain.processes = &processes;
     plain.rights = &rights;
     plain.services = &services;
+    plain.components = &components;
     plain.versions = &versions;
     plain.shell = &shell;
     plain.clock = &clock;

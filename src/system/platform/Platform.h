@@ -2,6 +2,7 @@
 #pragma once
 
 #include "platform/Clock.h"
+#include "platform/Components.h"
 #include "platform/Files.h"
 #include "platform/MessageLoop.h"
 #include "platform/Processes.h"
@@ -17,11 +18,12 @@ namespace kel::platform {
 
 /// What a platform can do. A front end says "not available" for what is false here.
 struct Capabilities {
-    bool processes = false;  ///< processes run on the machine and can be listed
-    bool services = false;   ///< services run on the machine and can be stopped
-    bool registry = false;   ///< there is a registry to read
-    bool writable = false;   ///< the machine's drives and registry accept writes
-    bool live = false;       ///< the machine is the one that this program runs on
+    bool processes = false;   ///< processes run on the machine and can be listed
+    bool services = false;    ///< services run on the machine and can be stopped
+    bool components = false;  ///< libraries can be called to register and unregister their components
+    bool registry = false;    ///< there is a registry to read
+    bool writable = false;    ///< the machine's drives and registry accept writes
+    bool live = false;        ///< the machine is the one that this program runs on
 };
 
 /// One machine, as a set of references to its parts. It owns nothing: a platform class owns the parts and outlives
@@ -32,6 +34,7 @@ struct Platform {
     Processes* processes = nullptr;
     Rights* rights = nullptr;
     Services* services = nullptr;
+    Components* components = nullptr;
     VersionResources* versions = nullptr;
     Shell* shell = nullptr;
     Clock* clock = nullptr;

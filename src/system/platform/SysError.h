@@ -42,6 +42,7 @@ enum class SysError : std::uint32_t {
     DirNotEmpty = 145,
     BadPathName = 161,
     AlreadyExists = 183,
+    BadExeFormat = 193,
     FilenameTooLong = 206,
     MoreData = 234,
     NoMoreItems = 259,

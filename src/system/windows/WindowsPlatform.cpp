@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "windows/WindowsClock.h"
+#include "windows/WindowsComponents.h"
 #include "windows/WindowsFiles.h"
 #include "windows/WindowsMessageLoop.h"
 #include "windows/WindowsProcesses.h"
@@ -25,6 +26,7 @@ struct WindowsPlatform::Impl {
     WindowsProcesses processes;
     WindowsRights rights;
     WindowsServices services;
+    WindowsComponents components;
     WindowsVersions versions;
     WindowsShell shell;
     WindowsClock clock;
@@ -47,13 +49,15 @@ platform::Platform WindowsPlatform::View() {
     view.processes = &impl_->processes;
     view.rights = &impl_->rights;
     view.services = &impl_->services;
+    view.components = &impl_->components;
     view.versions = &impl_->versions;
     view.shell = &impl_->shell;
     view.clock = &impl_->clock;
     view.text = &impl_->text;
     view.loop = &impl_->loop;
     view.system = &impl_->system;
-    view.can = {.processes = true, .services = true, .registry = true, .writable = true, .live = true};
+    view.can = {
+        .processes = true, .services = true, .components = true, .registry = true, .writable = true, .live = true};
     return view;
 }
 
