@@ -98,6 +98,7 @@ private:
     [[nodiscard]] std::string GetCookieFilePath(std::int32_t threatID, std::string_view cookie);
 
     // Files and folders. The answers hold the records of what went; nobody reads them.
+    struct FileRemoval;
 
     /// Takes one file off the machine, with all that starts or loads it.
     /// @param type ThreatFileTypeUnknown: found by the path
