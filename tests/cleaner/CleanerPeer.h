@@ -1,0 +1,38 @@
+// What the cleaner's stages call, for tests of their own.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "cleaner/Cleaner.h"
+
+namespace kel {
+
+struct CleanerPeer {
+    static QuarantineRecords QuarantineFile(Cleaner& cleaner, std::int32_t threat, std::string_view path,
+                                            enThreatFileTypes type, std::string_view folder) {
+        return cleaner.HelperQuarantineFile(threat, path, type, folder);
+    }
+    static QuarantineRecords QuarantineFolder(Cleaner& cleaner, std::int32_t threat, std::string_view path,
+                                              std::string_view folder, bool recursing = false) {
+        return cleaner.HelperQuarantineFolder(threat, path, folder, recursing);
+    }
+    static void LeaveToNextStart(Cleaner& cleaner, std::int32_t threat, std::string_view reason,
+                                 std::string_view path) {
+        cleaner.AddCleanerRequiredforThreat(threat, reason, path);
+    }
+    static bool IsThreatLeft(const Cleaner& cleaner, std::int32_t threat) {
+        return cleaner.IsThreatCleanerRequired(threat);
+    }
+    static bool IsFileLeft(const Cleaner& cleaner, std::string_view path) {
+        return cleaner.IsFileCleanerRequired(path);
+    }
+    static bool IsFolderLeft(const Cleaner& cleaner, std::string_view path) {
+        return cleaner.IsFolderCleanerRequired(path);
+    }
+    static void SetScanID(Cleaner& cleaner, std::string_view scanID) { cleaner.scanID_ = scanID; }
+    static void SetThreatName(Cleaner& cleaner, std::string_view name) { cleaner.currentThreatName_ = name; }
+};
+
+}  // namespace kel
