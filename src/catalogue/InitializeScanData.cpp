@@ -7,10 +7,10 @@
 
 #include "catalogue/LoadingTables.h"
 #include "catalogue/MissingFile.h"
+#include "catalogue/ResuscitatorTable.h"
 #include "catalogue/ShippedTables.h"
 #include "catalogue/SignatureLoader.h"
 #include "catalogue/SignatureTable.h"
-#include "catalogue/clsResuscitator.h"
 #include "catalogue/modMain.h"
 #include "core/EngineState.h"
 #include "core/Failures.h"
@@ -27,8 +27,6 @@ namespace {
 constexpr std::string_view DefaultExtensions =
     "*.exe;*.dll;*.ocx;*.vxd;*.vbs;*.bat;*.cmd;*.com;*.js;*.msi;*.reg;*.shs;*.sys;*.vbe;*.wsf;*.scr;*.asm;*.zip;*.cab;"
     "*.rar;*.mdb;*.jpg;*.ini;*.pif";
-
-constexpr std::size_t ResuscitatorMD5Length = 32;
 
 // Opens a table if it is there; one that is not stays closed, and fails whoever walks it.
 void OpenOrReport(Recordset& rows, std::string_view file) {
@@ -51,31 +49,6 @@ std::string ReadExtensionFilter() {
         filter += "*" + ToText(rows.Get(0)) + ";";
     }
     return filter;
-}
-
-std::string TextOrEmpty(const Value& value) {
-    return IsNull(value) ? std::string() : ToText(value);
-}
-
-std::shared_ptr<clsResuscitator> ReadResuscitator(const Recordset& row) {
-    auto read = std::make_shared<clsResuscitator>();
-    read->ResExeName = Trim(TextOrEmpty(row.Get(1)));
-    read->ResDeleteFile = ToBoolean(row.Get(3));
-    read->ResDeleteRegKey = ToBoolean(row.Get(4));
-    read->ResExeMD5 = Left(TextOrEmpty(row.Get(2)), ResuscitatorMD5Length);
-    read->ResInternalName = Trim(TextOrEmpty(row.Get(5)));
-    return read;
-}
-
-void ReadResuscitators(Collection<std::shared_ptr<clsResuscitator>>& into) {
-    const std::string path = shipped::Path(shipped::Resuscitators);
-    if (!paths::FileExists(path)) {
-        return;
-    }
-    Recordset rows;
-    for (rows.Open(path); !rows.Eof(); rows.MoveNext()) {
-        into.Add(ReadResuscitator(rows));
-    }
 }
 
 // A keyed table on its way from its file into the engine state.
@@ -122,7 +95,7 @@ bool InitializeScanData() {
         for (std::size_t i = 0; i < KeyedTables.size(); ++i) {
             rowsOf(i).Close();
         }
-        ReadResuscitators(*state.Resuscitators);
+        ReadResuscitators(ShortHash::Stands, *state.Resuscitators);
     });
     return true;
 }

@@ -11,12 +11,6 @@ class Scan;
 
 namespace kel::later {
 
-// Processes are left running: there is nothing yet that lists or stops them.
-inline void PrepareProcessLists() {
-}
-inline void SuspendActiveThreats() {
-}
-
 // What was found stays where it is: there is no cleaner yet.
 inline void DestroyThreat(Scan& /*scan*/, std::int32_t /*ThreatID*/) {
 }

@@ -10,8 +10,8 @@
 #include "core/Paths.h"
 #include "platform/Platform.h"
 #include "results/ScanHistory.h"
+#include "rules/RunningPrograms.h"
 #include "scanner/EngineData.h"
-#include "scanner/LaterStages.h"
 #include "scanner/Scanner.h"
 #include "scanner/ScannerModule.h"
 #include "scanner/modScannerFiles.h"
@@ -134,9 +134,9 @@ bool Scanner::RunScanEasy() {
         if (kel::OptMaxMD5Len() == 0) {
             kel::OptMaxMD5Len() = DefaultMaxMD5Len;
         }
-        later::PrepareProcessLists();
+        modCleanerHelper::PrepareProcessLists();
         if (SharedByScanners().suspendActive) {
-            later::SuspendActiveThreats();
+            modCleanerHelper::SuspendActiveThreats();
         }
         // A call that the yield behind a stage lets in may end the scan there.
         if (DoScanProcesses) {

@@ -10,6 +10,7 @@
 #include "core/EngineState.h"
 #include "core/Failures.h"
 #include "platform/Platform.h"
+#include "rules/RunningPrograms.h"
 #include "scanner/EngineData.h"
 #include "scanner/LaterStages.h"
 #include "scanner/RegistrySignatures.h"
@@ -72,7 +73,7 @@ bool Scanner::ScanThreat(std::int32_t ThreatID, bool CleanIt) {
         if (SharedByScanners().scanInProgress) {
             return;
         }
-        later::SuspendActiveThreats();
+        modCleanerHelper::SuspendActiveThreats();
         scanned = true;
         InitializeScan();
         const std::shared_ptr<kel::Scan> scan = BeginBareScan();

@@ -89,7 +89,11 @@ bool IsProcessRunning(std::string_view name, bool kill) {
             continue;
         }
         if (kill) {
-            (void)platform::Current().processes->EndProcess(process.id, AllProcessAccess, KilledExitCode);
+            // Its exit code is asked for as well, and plays no part.
+            if (const auto opened = platform::Current().processes->Open(process.id, AllProcessAccess); opened) {
+                (void)(*opened)->ExitCode();
+                (void)(*opened)->End(KilledExitCode);
+            }
         }
         return true;
     }

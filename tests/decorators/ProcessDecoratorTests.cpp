@@ -4,6 +4,7 @@
 #include "decorators/FaultInjectingPlatform.h"
 #include "decorators/ForwardingSystem.h"
 #include "decorators/ReadOnlyPlatform.h"
+#include "support/FakeProcess.h"
 #include "support/ScratchMachine.h"
 
 namespace kel::test {
@@ -44,12 +45,31 @@ public:
     SysError CanOpen(std::uint32_t processId, std::uint32_t) override {
         return processId == Guarded ? SysError::InvalidParameter : SysError::Success;
     }
-    SysError EndProcess(std::uint32_t processId, std::uint32_t, std::uint32_t) override {
-        changes.push_back("process " + std::to_string(processId));
-        return SysError::Success;
+    Result<std::unique_ptr<platform::Process>> Open(std::uint32_t processId, std::uint32_t) override {
+        if (processId == Guarded) {
+            return SysError::InvalidParameter;
+        }
+        return FakeProcess::Make([=, this](std::uint32_t) {
+            changes.push_back("process " + std::to_string(processId));
+            return SysError::Success;
+        });
     }
     SysError EndThread(std::uint32_t threadId, std::uint32_t, std::uint32_t) override {
         changes.push_back("thread " + std::to_string(threadId));
+        return SysError::Success;
+    }
+};
+
+// The shell remembers what it starts.
+class StartingShell : public decorators::ForwardingShell {
+public:
+    using ForwardingShell::ForwardingShell;
+    std::vector<std::string> started;
+
+    SysError Execute(std::string_view operation, std::string_view file, std::string_view parameters,
+                     int show) override {
+        started.push_back(std::string(operation) + " " + std::string(file) + " " + std::string(parameters) + " " +
+                          std::to_string(show));
         return SysError::Success;
     }
 };
@@ -93,7 +113,13 @@ protected:
     ProcessDecorators() {
         view_.processes = &processes_;
         view_.services = &services_;
+        view_.shell = &shell_;
     }
+    static SysError End(const platform::Platform& view, std::uint32_t processId) {
+        const auto process = view.processes->Open(processId, 1025);
+        return process ? (*process)->End(1) : process.Error();
+    }
+    static SysError Start(const platform::Platform& view) { return view.shell->Execute("open", "C:\\a.exe", "-1", 0); }
     static SysError Stop(const platform::Platform& view, std::string_view name) {
         const auto manager = view.services->OpenManager("", "ServicesActive", 0);
         if (!manager) {
@@ -107,6 +133,7 @@ protected:
     platform::Platform view_ = machine_.View();
     MadeProcesses processes_{*view_.processes};
     MadeServices services_;
+    StartingShell shell_{*view_.shell};
 };
 
 using FaultyProcesses = ProcessDecorators;
@@ -121,13 +148,16 @@ TEST_F(FaultyProcesses, WithoutFaultsEverythingIsPassedOn) {
     EXPECT_EQ(*processes.Identifiers(512), (std::vector<std::uint32_t>{Guarded, Plain}));
     EXPECT_EQ(*processes.FirstModulePath(Plain, 2048, 512), "b");
     EXPECT_EQ(processes.CanOpen(Plain, 1040), SysError::Success);
-    EXPECT_EQ(processes.EndProcess(Plain, 1, 0), SysError::Success);
+    EXPECT_EQ(*(*processes.Open(Plain, 1025))->ExitCode(), FakeProcess::StillActive);
+    EXPECT_EQ(End(faults.View(), Plain), SysError::Success);
     EXPECT_EQ(processes.EndThread(1, 1, 0), SysError::Success);
+    EXPECT_EQ(Start(faults.View()), SysError::Success);
     EXPECT_EQ(Stop(faults.View(), "Spy"), SysError::Success);
     EXPECT_EQ(Stop(faults.View(), "absent"), SysError::ServiceDoesNotExist);
     EXPECT_THAT(processes_.changes, ElementsAre("process 8", "thread 1"));
     EXPECT_THAT(services_.controls, ElementsAre(1));
-    EXPECT_EQ(faults.Writes(), 3U);
+    EXPECT_THAT(shell_.started, ElementsAre("open C:\\a.exe -1 0"));
+    EXPECT_EQ(faults.Writes(), 4U);
 }
 
 TEST_F(FaultyProcesses, ListsThatFailFailByEveryCall) {
@@ -151,7 +181,8 @@ TEST_F(FaultyProcesses, AProtectedProcessIsNeitherOpenedNorReadNorEnded) {
     EXPECT_EQ(processes.FirstModulePath(Plain, 2048, 512).Error(), SysError::AccessDenied);
     EXPECT_EQ(processes.SnapshotModules(Plain).Error(), SysError::AccessDenied);
     EXPECT_EQ(processes.ModulePaths(Plain, 512, 512).Error(), SysError::AccessDenied);
-    EXPECT_EQ(processes.EndProcess(Plain, 1, 0), SysError::AccessDenied);
+    EXPECT_EQ(End(faults.View(), Plain), SysError::AccessDenied);
+    EXPECT_EQ(faults.Writes(), 0U) << "what can't be opened is not ended";
     EXPECT_TRUE(processes.ModulePaths(Guarded, 512, 512).Ok());
     EXPECT_TRUE(processes.Snapshot().Ok());
     EXPECT_THAT(processes_.changes, IsEmpty());
@@ -160,10 +191,12 @@ TEST_F(FaultyProcesses, AProtectedProcessIsNeitherOpenedNorReadNorEnded) {
 TEST_F(FaultyProcesses, EndingAndControllingAreWritesThatCanFail) {
     FaultInjectingPlatform faults(view_);
     faults.FailWritesFrom(1, SysError::AccessDenied);
-    EXPECT_EQ(faults.View().processes->EndProcess(Plain, 1, 0), SysError::AccessDenied);
+    EXPECT_EQ(End(faults.View(), Plain), SysError::AccessDenied);
     EXPECT_EQ(faults.View().processes->EndThread(1, 1, 0), SysError::AccessDenied);
     EXPECT_EQ(Stop(faults.View(), "Spy"), SysError::AccessDenied);
-    EXPECT_EQ(faults.Writes(), 3U);
+    EXPECT_EQ(Start(faults.View()), SysError::AccessDenied);
+    EXPECT_EQ(faults.Writes(), 4U);
+    EXPECT_THAT(shell_.started, IsEmpty());
     EXPECT_THAT(processes_.changes, IsEmpty());
     EXPECT_THAT(services_.controls, IsEmpty());
 }
@@ -181,10 +214,17 @@ TEST_F(ReadOnlyProcesses, ListAndEndNothing) {
     platform::Processes& processes = *readOnly.View().processes;
     EXPECT_EQ(processes.Snapshot()->size(), 2U);
     EXPECT_EQ(*processes.ModulePaths(Plain, 512, 512), std::vector<std::string>{"b"});
-    EXPECT_EQ(processes.EndProcess(Plain, 1, 0), SysError::AccessDenied);
-    EXPECT_EQ(processes.EndProcess(Guarded, 1, 0), SysError::InvalidParameter) << "it fails for a reason of its own";
+    EXPECT_EQ(*(*processes.Open(Plain, 1025))->ExitCode(), FakeProcess::StillActive);
+    EXPECT_EQ(End(readOnly.View(), Plain), SysError::AccessDenied);
+    EXPECT_EQ(End(readOnly.View(), Guarded), SysError::InvalidParameter) << "it fails for a reason of its own";
     EXPECT_EQ(processes.EndThread(1, 1, 0), SysError::AccessDenied);
     EXPECT_THAT(processes_.changes, IsEmpty());
+}
+
+TEST_F(ReadOnlyProcesses, StartNoProgram) {
+    const ReadOnlyPlatform readOnly(view_);
+    EXPECT_EQ(Start(readOnly.View()), SysError::AccessDenied);
+    EXPECT_THAT(shell_.started, IsEmpty());
 }
 
 TEST_F(ReadOnlyProcesses, OpenServicesAndControlNone) {

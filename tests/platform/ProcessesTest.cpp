@@ -15,6 +15,8 @@ namespace {
 using platform::SysError;
 
 constexpr std::uint32_t AllAccess = 0x1F0FFF;
+constexpr std::uint32_t QueryAndEnd = 1025;
+constexpr std::uint32_t StillActive = 259;
 constexpr std::uint32_t TerminateThreadAccess = 1;
 constexpr std::uint32_t SuspendResume = 2;
 constexpr std::uint32_t NoProcess = 0xFFFFFFF0;
@@ -47,7 +49,9 @@ TEST_F(ProcessLists, OfAMachineThatDoesNotRunAreEmptyOrNotAvailable) {
     EXPECT_TRUE(All().Identifiers(512)->empty());
     EXPECT_EQ(All().SnapshotModules(4).Error(), SysError::NotSupported);
     EXPECT_EQ(All().ModulePaths(4, 512, 512).Error(), SysError::NotSupported);
-    EXPECT_EQ(All().EndProcess(4, AllAccess, 0), SysError::NotSupported);
+    EXPECT_EQ(All().Open(4, AllAccess).Error(), SysError::NotSupported);
+    EXPECT_EQ(All().Open(All().CurrentId(), AllAccess).Error(), SysError::NotSupported)
+        << "the host's processes are none of the machine's";
     EXPECT_EQ(All().EndThread(4, TerminateThreadAccess, 0), SysError::NotSupported);
 }
 
@@ -65,6 +69,11 @@ protected:
             }
         }
         return threads;
+    }
+    [[nodiscard]] std::unique_ptr<platform::Process> Open(std::uint32_t processId, std::uint32_t access) {
+        auto process = All().Open(processId, access);
+        EXPECT_TRUE(process.Ok());
+        return *std::move(process);
     }
     [[nodiscard]] bool SamePath(const std::string& left, const std::string& right) {
         return Machine().text->ToLower(left) == Machine().text->ToLower(right);
@@ -143,17 +152,20 @@ TEST_F(RunningChild, EndsWithTheExitCodeThatItIsGiven) {
     constexpr std::uint32_t queryOnly = 0x400;
     if (!OnWindows9x()) {
         // There every handle has all rights.
-        EXPECT_EQ(All().EndProcess(child.Id(), queryOnly, 5), SysError::AccessDenied);
+        EXPECT_EQ(Open(child.Id(), queryOnly)->End(5), SysError::AccessDenied);
     }
-    EXPECT_EQ(All().EndProcess(child.Id(), AllAccess, 5), SysError::Success);
+    const auto process = Open(child.Id(), QueryAndEnd);
+    EXPECT_EQ(process->ExitCode().ValueOr(0), StillActive);
+    EXPECT_EQ(process->End(5), SysError::Success);
     ASSERT_TRUE(child.Ended());
     EXPECT_EQ(child.ExitCode(), 5U);
+    EXPECT_EQ(process->ExitCode().ValueOr(0), 5U);
 }
 
 TEST_F(ProcessLists, OfAMissingProcessThereAreNoModulesAndNothingEnds) {
     EXPECT_FALSE(All().ModulePaths(NoProcess, 512, 512).Ok());
     EXPECT_FALSE(All().SnapshotModules(NoProcess).Ok());
-    EXPECT_NE(All().EndProcess(NoProcess, AllAccess, 0), SysError::Success);
+    EXPECT_FALSE(All().Open(NoProcess, QueryAndEnd).Ok());
     EXPECT_NE(All().EndThread(NoProcess, TerminateThreadAccess, 0), SysError::Success);
 }
 

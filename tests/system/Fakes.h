@@ -14,6 +14,7 @@
 #include "decorators/ForwardingRegistry.h"
 #include "decorators/ForwardingSystem.h"
 #include "platform/Platform.h"
+#include "support/FakeProcess.h"
 
 namespace kel::test {
 
@@ -169,9 +170,11 @@ public:
         }
         return threads;
     }
-    platform::SysError EndProcess(std::uint32_t processId, std::uint32_t access, std::uint32_t exitCode) override {
-        endedProcesses.push_back({processId, access, exitCode});
-        return platform::SysError::AccessDenied;
+    platform::Result<std::unique_ptr<platform::Process>> Open(std::uint32_t processId, std::uint32_t access) override {
+        return FakeProcess::Make([=, this](std::uint32_t exitCode) {
+            endedProcesses.push_back({processId, access, exitCode});
+            return platform::SysError::AccessDenied;
+        });
     }
     platform::SysError EndThread(std::uint32_t threadId, std::uint32_t access, std::uint32_t exitCode) override {
         endedThreads.push_back({threadId, access, exitCode});

@@ -251,6 +251,25 @@ public:
         return lastError != SysError::Success ? static_cast<int>(platform::Number(lastError))
                                               : Inner().Delete(path, flags, lastError);
     }
+    SysError Execute(std::string_view operation, std::string_view file, std::string_view parameters,
+                     int show) override {
+        const SysError error = faults_.CountWrite();
+        return error != SysError::Success ? error : Inner().Execute(operation, file, parameters, show);
+    }
+
+private:
+    Faults& faults_;
+};
+
+class FaultyProcess : public ForwardingProcess {
+public:
+    FaultyProcess(std::unique_ptr<platform::Process> inner, Faults& faults)
+        : ForwardingProcess(std::move(inner)), faults_(faults) {}
+
+    SysError End(std::uint32_t exitCode) override {
+        const SysError error = faults_.CountWrite();
+        return error != SysError::Success ? error : Inner().End(exitCode);
+    }
 
 private:
     Faults& faults_;
@@ -284,12 +303,12 @@ public:
         const SysError error = faults_.ProcessError(processId);
         return error != SysError::Success ? error : Inner().CanOpen(processId, access);
     }
-    SysError EndProcess(std::uint32_t processId, std::uint32_t access, std::uint32_t exitCode) override {
-        if (const SysError error = faults_.CountWrite(); error != SysError::Success) {
-            return error;
+    Result<std::unique_ptr<platform::Process>> Open(std::uint32_t processId, std::uint32_t access) override {
+        auto process = Of(processId, [&] { return Inner().Open(processId, access); });
+        if (!process) {
+            return process.Error();
         }
-        const SysError error = faults_.ProcessError(processId);
-        return error != SysError::Success ? error : Inner().EndProcess(processId, access, exitCode);
+        return std::unique_ptr<platform::Process>(std::make_unique<FaultyProcess>(*std::move(process), faults_));
     }
     SysError EndThread(std::uint32_t threadId, std::uint32_t access, std::uint32_t exitCode) override {
         const SysError error = faults_.CountWrite();

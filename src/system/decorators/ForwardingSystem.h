@@ -23,6 +23,10 @@ public:
     int Delete(std::string_view path, std::uint16_t flags, platform::SysError& lastError) override {
         return inner_.Delete(path, flags, lastError);
     }
+    platform::SysError Execute(std::string_view operation, std::string_view file, std::string_view parameters,
+                               int show) override {
+        return inner_.Execute(operation, file, parameters, show);
+    }
 
 protected:
     [[nodiscard]] platform::Shell& Inner() const { return inner_; }
@@ -63,6 +67,21 @@ private:
     platform::SystemInfo& inner_;
 };
 
+/// An open process that passes everything on to one that it owns.
+class ForwardingProcess : public platform::Process {
+public:
+    explicit ForwardingProcess(std::unique_ptr<platform::Process> inner) : inner_(std::move(inner)) {}
+
+    platform::Result<std::uint32_t> ExitCode() override { return inner_->ExitCode(); }
+    platform::SysError End(std::uint32_t exitCode) override { return inner_->End(exitCode); }
+
+protected:
+    [[nodiscard]] platform::Process& Inner() const { return *inner_; }
+
+private:
+    std::unique_ptr<platform::Process> inner_;
+};
+
 class ForwardingProcesses : public platform::Processes {
 public:
     explicit ForwardingProcesses(platform::Processes& inner) : inner_(inner) {}
@@ -88,8 +107,8 @@ public:
                                                   std::uint32_t capacity) override {
         return inner_.FirstModulePath(processId, handleBytes, capacity);
     }
-    platform::SysError EndProcess(std::uint32_t processId, std::uint32_t access, std::uint32_t exitCode) override {
-        return inner_.EndProcess(processId, access, exitCode);
+    platform::Result<std::unique_ptr<platform::Process>> Open(std::uint32_t processId, std::uint32_t access) override {
+        return inner_.Open(processId, access);
     }
     platform::SysError EndThread(std::uint32_t threadId, std::uint32_t access, std::uint32_t exitCode) override {
         return inner_.EndThread(threadId, access, exitCode);

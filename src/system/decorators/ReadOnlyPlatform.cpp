@@ -135,18 +135,32 @@ public:
         lastError = rules_.RefuseExisting(path);
         return static_cast<int>(platform::Number(lastError));
     }
+    // What a program does goes past every decorator, so none is started.
+    SysError Execute(std::string_view, std::string_view, std::string_view, int) override {
+        return SysError::AccessDenied;
+    }
 
 private:
     const WriteRules& rules_;
+};
+
+class ReadOnlyProcess : public ForwardingProcess {
+public:
+    using ForwardingProcess::ForwardingProcess;
+
+    SysError End(std::uint32_t) override { return SysError::AccessDenied; }
 };
 
 class ReadOnlyProcesses : public ForwardingProcesses {
 public:
     using ForwardingProcesses::ForwardingProcesses;
 
-    SysError EndProcess(std::uint32_t processId, std::uint32_t access, std::uint32_t) override {
-        const SysError error = Inner().CanOpen(processId, access);
-        return error == SysError::Success ? SysError::AccessDenied : error;
+    Result<std::unique_ptr<platform::Process>> Open(std::uint32_t processId, std::uint32_t access) override {
+        auto process = Inner().Open(processId, access);
+        if (!process) {
+            return process.Error();
+        }
+        return std::unique_ptr<platform::Process>(std::make_unique<ReadOnlyProcess>(*std::move(process)));
     }
     SysError EndThread(std::uint32_t, std::uint32_t, std::uint32_t) override { return SysError::AccessDenied; }
 };
@@ -183,6 +197,33 @@ public:
     }
 };
 
+// A registration writes past every decorator, so none is begun.
+class ReadOnlyComponents : public platform::Components {
+public:
+    Result<std::int32_t> Register(std::string_view) override { return SysError::AccessDenied; }
+    Result<std::int32_t> Unregister(std::string_view) override { return SysError::AccessDenied; }
+};
+
+class ReadOnlyInternet : public platform::Internet {
+public:
+    ReadOnlyInternet(platform::Internet* inner, const WriteRules& rules) : inner_(inner), rules_(rules) {}
+
+    SysError Download(std::string_view url, std::string_view path) override {
+        return inner_ != nullptr && rules_.Allowed(path) ? inner_->Download(url, path) : rules_.RefuseNew(path);
+    }
+
+private:
+    platform::Internet* inner_;
+    const WriteRules& rules_;
+};
+
+class ReadOnlyRestorePoints : public platform::RestorePoints {
+public:
+    Result<std::int32_t> Create(std::string_view, std::int32_t, std::int32_t) override {
+        return SysError::AccessDenied;
+    }
+};
+
 }  // namespace
 
 struct ReadOnlyPlatform::Impl {
@@ -193,12 +234,16 @@ struct ReadOnlyPlatform::Impl {
           registry(*platform.registry),
           shell(*platform.shell, rules),
           processes(*platform.processes),
-          services(*platform.services) {
+          services(*platform.services),
+          internet(platform.internet, rules) {
         view.files = &files;
         view.registry = &registry;
         view.shell = &shell;
         view.processes = &processes;
         view.services = &services;
+        view.components = &components;
+        view.internet = &internet;
+        view.restorePoints = &restorePoints;
         view.can.writable = false;
     }
 
@@ -209,6 +254,9 @@ struct ReadOnlyPlatform::Impl {
     ReadOnlyShell shell;
     ReadOnlyProcesses processes;
     ReadOnlyServices services;
+    ReadOnlyComponents components;
+    ReadOnlyInternet internet;
+    ReadOnlyRestorePoints restorePoints;
 };
 
 ReadOnlyPlatform::ReadOnlyPlatform(const Platform& inner) : impl_(std::make_unique<Impl>(inner)) {

@@ -26,7 +26,7 @@ public:
     platform::Result<std::string> FirstModulePath(std::uint32_t, std::uint32_t, std::uint32_t) override {
         return platform::SysError::NotSupported;
     }
-    platform::SysError EndProcess(std::uint32_t, std::uint32_t, std::uint32_t) override {
+    platform::Result<std::unique_ptr<platform::Process>> Open(std::uint32_t, std::uint32_t) override {
         return platform::SysError::NotSupported;
     }
     platform::SysError EndThread(std::uint32_t, std::uint32_t, std::uint32_t) override {

@@ -18,6 +18,9 @@ public:
 
     platform::Result<std::string> SpecialFolder(int identifier) override { return folders_(identifier); }
     int Delete(std::string_view path, std::uint16_t flags, platform::SysError& lastError) override;
+    platform::SysError Execute(std::string_view, std::string_view, std::string_view, int) override {
+        return platform::SysError::NotSupported;
+    }
 
 private:
     platform::SysError DeleteTree(const std::string& path, std::uint32_t attributes);

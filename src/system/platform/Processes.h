@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -24,6 +25,16 @@ inline constexpr std::size_t ExeFileLength = 260;
 struct ThreadEntry {
     std::uint32_t id = 0;
     std::uint32_t ownerId = 0;  ///< identifier of its process
+};
+
+/// An open process. Closed by its destructor.
+class Process {
+public:
+    virtual ~Process() = default;
+    /// GetExitCodeProcess: 259 while the process runs.
+    virtual Result<std::uint32_t> ExitCode() = 0;
+    /// TerminateProcess.
+    virtual SysError End(std::uint32_t exitCode) = 0;
 };
 
 /// Process access. A platform without running processes answers NotSupported or an empty list. Never throws.
@@ -52,8 +63,8 @@ public:
     /// the first module into a buffer of `capacity` characters: its path as the platform gives it.
     virtual Result<std::string> FirstModulePath(std::uint32_t processId, std::uint32_t handleBytes,
                                                 std::uint32_t capacity) = 0;
-    /// OpenProcess with `access`, GetExitCodeProcess, whose answer plays no part, and TerminateProcess.
-    virtual SysError EndProcess(std::uint32_t processId, std::uint32_t access, std::uint32_t exitCode) = 0;
+    /// OpenProcess with `access`.
+    virtual Result<std::unique_ptr<Process>> Open(std::uint32_t processId, std::uint32_t access) = 0;
     /// OpenThread with `access` and TerminateThread.
     virtual SysError EndThread(std::uint32_t threadId, std::uint32_t access, std::uint32_t exitCode) = 0;
     /// Identifier of the own process.

@@ -82,6 +82,23 @@ KernelHandle OpenForReading(std::uint32_t processId) {
     return KernelHandle(::OpenProcess(PROCESS_QUERY_INFORMATION | PROCESS_VM_READ, FALSE, processId));
 }
 
+class OpenedProcess : public platform::Process {
+public:
+    explicit OpenedProcess(KernelHandle handle) : handle_(std::move(handle)) {}
+
+    Result<std::uint32_t> ExitCode() override {
+        DWORD code = 0;
+        if (::GetExitCodeProcess(handle_.Get(), &code) == FALSE) {
+            return LastError();
+        }
+        return std::uint32_t{code};
+    }
+    SysError End(std::uint32_t exitCode) override { return ErrorUnless(::TerminateProcess(handle_.Get(), exitCode)); }
+
+private:
+    KernelHandle handle_;
+};
+
 /// The modules of a process whose handles fit in that many bytes.
 Result<std::vector<HMODULE>> Modules(const KernelHandle& process, std::size_t handleBytes) {
     std::vector<HMODULE> modules(handleBytes / sizeof(HMODULE) + 1);
@@ -190,14 +207,12 @@ Result<std::string> WindowsProcesses::FirstModulePath(std::uint32_t processId, s
     return ModulePath(process, modules->front(), capacity);
 }
 
-SysError WindowsProcesses::EndProcess(std::uint32_t processId, std::uint32_t access, std::uint32_t exitCode) {
-    const KernelHandle process(::OpenProcess(access, FALSE, processId));
+Result<std::unique_ptr<platform::Process>> WindowsProcesses::Open(std::uint32_t processId, std::uint32_t access) {
+    KernelHandle process(::OpenProcess(access, FALSE, processId));
     if (!process) {
         return LastError();
     }
-    DWORD current = 0;
-    ::GetExitCodeProcess(process.Get(), &current);
-    return ErrorUnless(::TerminateProcess(process.Get(), exitCode));
+    return std::unique_ptr<platform::Process>(std::make_unique<OpenedProcess>(std::move(process)));
 }
 
 SysError WindowsProcesses::EndThread(std::uint32_t threadId, std::uint32_t access, std::uint32_t exitCode) {

@@ -16,7 +16,7 @@ public:
     platform::SysError CanOpen(std::uint32_t processId, std::uint32_t access) override;
     platform::Result<std::string> FirstModulePath(std::uint32_t processId, std::uint32_t handleBytes,
                                                   std::uint32_t capacity) override;
-    platform::SysError EndProcess(std::uint32_t processId, std::uint32_t access, std::uint32_t exitCode) override;
+    platform::Result<std::unique_ptr<platform::Process>> Open(std::uint32_t processId, std::uint32_t access) override;
     platform::SysError EndThread(std::uint32_t threadId, std::uint32_t access, std::uint32_t exitCode) override;
     std::uint32_t CurrentId() override;
     platform::SysError SetPriorityClass(std::uint32_t priorityClass) override;

@@ -64,4 +64,18 @@ int WindowsShell::Delete(std::string_view path, std::uint16_t flags, SysError& l
     return result;
 }
 
+SysError WindowsShell::Execute(std::string_view operation, std::string_view file, std::string_view parameters,
+                               int show) {
+    constexpr std::intptr_t lastFailure = 32;
+    const std::string verb(operation);
+    const std::string program(file);
+    const std::string line(parameters);
+    const auto answer = reinterpret_cast<std::intptr_t>(
+        ::ShellExecuteA(nullptr, verb.c_str(), program.c_str(), line.c_str(), nullptr, show));
+    if (answer > lastFailure) {
+        return SysError::Success;
+    }
+    return answer == 0 ? SysError::NotEnoughMemory : static_cast<SysError>(answer);
+}
+
 }  // namespace kel::windows
