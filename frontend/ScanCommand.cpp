@@ -177,7 +177,8 @@ bool Run::ScanOne() {
         throw MachineError("no threat " + std::to_string(options_.threat) + " in the catalogue");
     }
     // The second scan that begins in there is the one: without a voice, and let go of before the call returns.
-    ObserveScans([this, begun = 0](const std::shared_ptr<kel::Scan>& scan) mutable {
+    int begun = 0;
+    ObserveScans([&](const std::shared_ptr<kel::Scan>& scan) {
         if (++begun != 2) {
             return;
         }
