@@ -260,7 +260,7 @@ int ListHistory(RecordRun& run) {
             run.report.Object(ObjectOf(scan));
         }
     });
-    if (!any && run.report.InText()) {
+    if (!any && !run.report.Failed() && run.report.InText()) {
         run.report.Line("No scan is on record");
     }
     return ExitClean;

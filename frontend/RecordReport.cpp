@@ -63,7 +63,7 @@ int RecordReport::Finish(int code) {
         Message("the results could not be written: " + out_.Problem());
         return ExitIncomplete;
     }
-    return failures_ > 0 && code == ExitClean ? ExitIncomplete : code;
+    return Failed() && code == ExitClean ? ExitIncomplete : code;
 }
 
 }  // namespace kel::frontend

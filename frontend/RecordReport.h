@@ -21,6 +21,8 @@ public:
     RecordReport& operator=(const RecordReport&) = delete;
 
     [[nodiscard]] bool InText() const { return format_ == OutputFormat::Text; }
+    /// Whether the engine reported a failure so far: what was not found may be there all the same.
+    [[nodiscard]] bool Failed() const { return failures_ > 0; }
     /// A line of text, without its end. Not to be used with JSON lines.
     void Line(const std::string& text);
     /// An object, as a line of its own. Not to be used with text.

@@ -70,7 +70,9 @@ std::string RecordRunTest::Shown(std::string text) const {
     ReplaceAll(text, "\r\n", "\n");
     ReplaceAll(text, root_.string(), "<root>");
 #ifdef _WIN32
-    ReplaceAll(text, "<root>\\", "<root>/");
+    for (const char* folder : {"", "/user", "/data"}) {
+        ReplaceAll(text, std::string("<root>") + folder + "\\", std::string("<root>") + folder + "/");
+    }
 #endif
     return text;
 }
