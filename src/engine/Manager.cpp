@@ -74,6 +74,10 @@ std::shared_ptr<kel::Threats> Manager::Threats() {
     return HandedOver(threats_);
 }
 
+std::shared_ptr<kel::Quarantine> Manager::Quarantine() {
+    return HandedOver(quarantine_);
+}
+
 std::shared_ptr<kel::IgnoredThreats> Manager::IgnoredThreats() {
     return HandedOver(ignoredThreats_);
 }

@@ -8,6 +8,7 @@
 #include "cleaner/Cleaner.h"
 #include "core/EngineState.h"
 #include "engine/Settings.h"
+#include "quarantine/Quarantine.h"
 #include "results/IgnoredThreats.h"
 #include "results/ScanHistory.h"
 #include "scanner/Scanner.h"
@@ -37,6 +38,7 @@ public:
     [[nodiscard]] std::shared_ptr<kel::Cleaner> Cleaner();
     // A new object at each use: these have no state of their own.
     [[nodiscard]] std::shared_ptr<kel::Threats> Threats();
+    [[nodiscard]] std::shared_ptr<kel::Quarantine> Quarantine();
     [[nodiscard]] std::shared_ptr<kel::IgnoredThreats> IgnoredThreats();
     [[nodiscard]] std::shared_ptr<kel::ScanHistory> ScanHistory();
     [[nodiscard]] std::shared_ptr<kel::Settings> Settings();
@@ -50,6 +52,7 @@ private:
     std::shared_ptr<kel::Scanner> scanner_;
     std::shared_ptr<kel::Cleaner> cleaner_;
     std::shared_ptr<kel::Threats> threats_;
+    std::shared_ptr<kel::Quarantine> quarantine_;
     std::shared_ptr<kel::IgnoredThreats> ignoredThreats_;
     std::shared_ptr<kel::ScanHistory> scanHistory_;
     std::shared_ptr<kel::Settings> settings_;
