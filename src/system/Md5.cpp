@@ -5,11 +5,13 @@
 #include <cstring>
 #include <string_view>
 
+#include "system/Md5Lanes.h"
+
 namespace kel {
 
 namespace {
 
-constexpr std::size_t BlockSize = 64;
+constexpr std::size_t BlockSize = Md5BlockBytes;
 
 std::uint32_t LoadWord(const std::byte* at) {
     if constexpr (std::endian::native == std::endian::little) {
@@ -130,6 +132,12 @@ void Transform(std::array<std::uint32_t, 4>& state, const std::byte* block, std:
 #undef KEL_MD5_STEP
 
 }  // namespace
+
+void md5::TransformScalar(std::uint32_t* state, const std::byte* const* data, std::size_t blocks) {
+    std::array<std::uint32_t, 4> numbers{state[0], state[1], state[2], state[3]};
+    Transform(numbers, *data, blocks);
+    std::copy(numbers.begin(), numbers.end(), state);
+}
 
 void Md5::Update(std::span<const std::byte> bytes) {
     const std::size_t held = static_cast<std::size_t>(length_ % BlockSize);
