@@ -2,15 +2,13 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <span>
 #include <string>
 
 #include "core/Failures.h"
-#include "core/Paths.h"
 #include "core/Text.h"
 #include "core/Value.h"
-#include "platform/Platform.h"
 #include "rules/BrowserAddresses.h"
+#include "rules/WholeFile.h"
 #include "rules/modCleanerHelper.h"
 #include "system/modFiles.h"
 #include "system/modFolderPaths.h"
@@ -26,40 +24,6 @@ constexpr std::int32_t RegSz = 1;
 // A line that is worth keeping has two characters at least.
 constexpr std::size_t ShortestLine = 2;
 
-// Lifts a file's write protection for its lifetime.
-class WritableFile {
-public:
-    explicit WritableFile(std::string_view path)
-        : path_(path), attributes_(Files().Attributes(path).ValueOr(platform::AttributeNormal)) {
-        if (IsReadOnly()) {
-            Files().SetAttributes(path_, attributes_ & ~static_cast<std::uint32_t>(platform::AttributeReadOnly));
-        }
-    }
-    ~WritableFile() {
-        if (IsReadOnly()) {
-            Files().SetAttributes(path_, attributes_);
-        }
-    }
-    WritableFile(const WritableFile&) = delete;
-    WritableFile& operator=(const WritableFile&) = delete;
-
-private:
-    static platform::Files& Files() { return *platform::Current().files; }
-    [[nodiscard]] bool IsReadOnly() const { return (attributes_ & platform::AttributeReadOnly) != 0; }
-
-    std::string path_;
-    std::uint32_t attributes_;
-};
-
-std::string ContentsOf(std::string_view path) {
-    const auto view = platform::Current().files->View(path);
-    if (!view) {
-        paths::RaiseFileError(view.Error(), path);
-    }
-    const auto bytes = (*view)->Bytes();
-    return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
-}
-
 std::string LinesWithout(std::string_view lines, std::string_view text) {
     std::string kept;
     while (!lines.empty()) {
@@ -71,22 +35,6 @@ std::string LinesWithout(std::string_view lines, std::string_view text) {
         lines.remove_prefix(std::min(end + 1, lines.size()));
     }
     return kept;
-}
-
-// Writes before it cuts, so that a full disk does not cost what was there.
-void Overwrite(std::string_view path, std::string_view bytes) {
-    const WritableFile writable(path);
-    auto file = platform::Current().files->Open(path, platform::OpenMode::ReadWrite);
-    if (!file) {
-        paths::RaiseFileError(file.Error(), path);
-    }
-    platform::SysError error = (*file)->Write(std::as_bytes(std::span(bytes)));
-    if (error == platform::SysError::Success) {
-        error = (*file)->SetEnd();
-    }
-    if (error != platform::SysError::Success) {
-        paths::RaiseFileError(error, path);
-    }
 }
 
 void Reset(const addresses::Address& address) {
@@ -104,7 +52,7 @@ void RemoveFullLineFromFile(std::string_view text, std::string_view path) {
         if (!modFiles::FileExists(path)) {
             return;
         }
-        Overwrite(path, LinesWithout(ContentsOf(path), text));
+        whole::Overwrite(path, LinesWithout(whole::ContentsOf(path), text));
     });
 }
 
