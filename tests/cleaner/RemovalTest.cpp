@@ -43,9 +43,9 @@ RemovalTest::~RemovalTest() {
     Install(Machine());
 }
 
-platform::Platform RemovalTest::Staged() const {
+platform::Platform RemovalTest::Staged() {
     platform::Platform view = stage_.View();
-    view.system = const_cast<OtherVersion*>(&system_);
+    view.system = &system_;
     view.can.live = true;
     return view;
 }
@@ -124,13 +124,6 @@ std::vector<std::string> RemovalTest::Log() {
         start = end + 2;
     }
     EXPECT_EQ(start, text.size()) << "cleaner.log ends in the middle of a line";
-    return lines;
-}
-
-std::vector<std::string> About(std::string_view path, std::vector<std::string> lines) {
-    for (std::string& line : lines) {
-        line = Replace(line, "@", path);
-    }
     return lines;
 }
 

@@ -43,7 +43,7 @@ protected:
     ~RemovalTest() override;
 
     /// The staged machine, with a next start.
-    [[nodiscard]] platform::Platform Staged() const;
+    [[nodiscard]] platform::Platform Staged();
     [[nodiscard]] StagedMachine& Stage() { return stage_; }
     void SetVersion(const platform::OsVersion& version) { system_.version = version; }
 
@@ -83,8 +83,5 @@ private:
     StagedMachine stage_;
     OtherVersion system_;
 };
-
-/// The lines with each "@" replaced by `path`.
-[[nodiscard]] std::vector<std::string> About(std::string_view path, std::vector<std::string> lines);
 
 }  // namespace kel::test
