@@ -70,7 +70,7 @@ a { color: inherit; }
 summary { cursor: pointer; color: var(--faint); }
 footer { padding: 0 1rem 2rem; color: var(--faint); font-size: .9rem; }
 @media (max-width: 40rem) { dl { grid-template-columns: 1fr; gap: 0; } dd { margin-bottom: .5rem; }
-  section { padding: .75rem 1rem; } }
+  th:nth-child(2), td:nth-child(2) { display: none; } section { padding: .75rem 1rem; } }
 @media print { section { break-inside: avoid-page; } header, .badge { print-color-adjust: exact; } }
 )css";
 }
