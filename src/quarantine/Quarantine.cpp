@@ -183,7 +183,8 @@ std::shared_ptr<Quarantine::QuarantineThreats> Quarantine::GetQuarantineThreatsB
     std::shared_ptr<QuarantineThreats> result;
     Trap(Module, "GetQuarantineThreatsByScanID", [&] {
         const std::string wanted = LCase(ScanID);
-        for (const auto& threat : Required(GetQuarantineThreats())) {
+        const auto threats = GetQuarantineThreats();
+        for (const auto& threat : Required(threats)) {
             if (LCase(threat->ScanID) == wanted) {
                 AddTo(result, threat);
             }
@@ -202,7 +203,8 @@ std::shared_ptr<Quarantine::QuarantineThreats> Quarantine::GetQuarantineThreatsB
                                                                                       std::int16_t intDay) {
     std::shared_ptr<QuarantineThreats> result;
     Trap(Module, "GetQuarantineThreatsByDate", [&] {
-        for (const auto& threat : Required(GetQuarantineThreats())) {
+        const auto threats = GetQuarantineThreats();
+        for (const auto& threat : Required(threats)) {
             if (!IsDateText(threat->QuarantineDate)) {
                 continue;
             }
