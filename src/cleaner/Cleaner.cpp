@@ -1,22 +1,36 @@
 // What holds for the whole of a clean: the stores, the log, the programs that start each other again.
 #include "cleaner/Cleaner.h"
 
+#include <memory>
 #include <string>
+#include <utility>
 
 #include "core/EngineState.h"
 #include "core/Failures.h"
 #include "core/Text.h"
+#include "core/Value.h"
+#include "platform/Platform.h"
 #include "quarantine/QuarantineTables.h"
+#include "results/Required.h"
+#include "rules/RunningPrograms.h"
 #include "rules/modCleanerHelper.h"
 #include "system/clsFolderPaths.h"
 #include "system/modFiles.h"
 #include "system/modPermissions.h"
+#include "system/modWinAPI.h"
 
 namespace kel {
 
 namespace {
 
 constexpr const char* Module = "Cleaner";
+
+// 66 hyphens.
+constexpr std::string_view Separator = "------------------------------------------------------------------";
+
+// The restore service's numbers.
+constexpr std::int32_t ApplicationInstall = 0;
+constexpr std::int32_t BeginSystemChange = 100;
 
 }  // namespace
 
@@ -75,11 +89,61 @@ bool Cleaner::IsFolderCleanerRequired(std::string_view path) const {
     return cleanerFolders_.Contains(path);
 }
 
+enCleanerErrors Cleaner::InitializeClean(std::string_view ScanID,
+                                         std::shared_ptr<DetectedThreatCollection> inDetectedThreats) {
+    Trap(Module, "InitializeClean", [&] {
+        // What was removed under records that were never saved stays on the machine: the records go now.
+        platform::Current().registry->Discard();
+        quarantine::OpenTables();
+        modCleanerHelper::LoadResuscitators();
+        scanID_ = ScanID;
+        if (inDetectedThreats && inDetectedThreats->Count() > 0) {
+            detectedThreats_ = std::move(inDetectedThreats);
+        }
+        cleanerState_ = CleanerStateReady;
+        FolderPaths = std::make_shared<clsFolderPaths>();
+        FolderPaths->LoadFolderPaths();
+        Callback = std::make_shared<CleanerCallback>();
+        modCleanerHelper::KillResuscitators();
+        modCleanerHelper::CleanerLog(Separator);
+        modCleanerHelper::CleanerLog("Initializing Clean - (ScanID: " + scanID_ + ")");
+    });
+    return errNone;
+}
+
+void Cleaner::UninitializeClean() {
+    Trap(Module, "UninitializeClean", [&] {
+        modCleanerHelper::CleanerLog("Unititializing Clean");
+        modCleanerHelper::CleanerLog(Separator);
+        detectedThreats_.reset();
+    });
+}
+
+enCleanerErrors Cleaner::SetWindowsXPRestorePoint(std::string_view /*RestorePointDescription*/) {
+    enCleanerErrors result = errNone;
+    Trap(Module, "SetWindowsXPRestorePoint", [&] {
+        if (modWinAPI::GetOSVersionName() != "XP") {
+            result = errXPRestoreCannotSetRestorePointNotXP;
+            return;
+        }
+        // Holds until the service says otherwise; one that is not there is a failure too.
+        result = errXPRestoreCannotSetRestorePointFailed;
+        const auto& machine = platform::Current();
+        const auto answer = machine.restorePoints->Create("Ombrelane - " + DateText(machine.clock->Now()),
+                                                          ApplicationInstall, BeginSystemChange);
+        if (!answer) {
+            Raise(ErrCannotCreateObject, "restore points");
+        }
+        if (*answer == 0) {
+            result = errNone;
+        }
+    });
+    return result;
+}
+
 void Cleaner::Send(std::string_view details) {
-    if (!Callback) {
-        Raise(ErrObjectNotSet);
-    }
-    Callback->EventVerboseDetails(currentThreatName_, details);
+    const std::shared_ptr<CleanerCallback> callback = Callback;
+    Required(callback).EventVerboseDetails(currentThreatName_, details);
 }
 
 }  // namespace kel

@@ -29,6 +29,7 @@ constexpr std::array Texts{
     ErrorText{ErrPathNotFound, "Path not found"},
     ErrorText{ErrObjectNotSet, "Object variable or With block variable not set"},
     ErrorText{ErrInvalidUseOfNull, "Invalid use of Null"},
+    ErrorText{ErrCannotCreateObject, "The service can't create the object"},
     ErrorText{ErrDuplicateKey, "This key is already associated with an element of this collection"},
     ErrorText{ErrNoCurrentRow,
               "Either BOF or EOF is True, or the current record has been deleted. Requested operation requires a "

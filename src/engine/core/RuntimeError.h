@@ -28,6 +28,7 @@ enum RuntimeErrorNumber : int {
     ErrPathNotFound = 76,
     ErrObjectNotSet = 91,
     ErrInvalidUseOfNull = 94,
+    ErrCannotCreateObject = 429,
     ErrDuplicateKey = 457,
     ErrZipFailed = 666,
     ErrNoCurrentRow = 3021,

@@ -10,6 +10,7 @@
 #include "offline/OfflineComponents.h"
 #include "offline/OfflineFiles.h"
 #include "offline/OfflineLoop.h"
+#include "offline/OfflineNetwork.h"
 #include "offline/OfflineProcesses.h"
 #include "offline/OfflineRights.h"
 #include "offline/OfflineServices.h"
@@ -48,6 +49,8 @@ struct OfflinePlatform::Impl {
     OfflineRights rights;
     OfflineServices services;
     OfflineComponents components;
+    OfflineInternet internet;
+    OfflineRestorePoints restorePoints;
     OfflineClock clock;
     OfflineText text;
     OfflineLoop loop;
@@ -72,6 +75,8 @@ OfflinePlatform::Impl::Impl(const MachineOptions& options) {
     plain.rights = &rights;
     plain.services = &services;
     plain.components = &components;
+    plain.internet = &internet;
+    plain.restorePoints = &restorePoints;
     plain.versions = &versions;
     plain.shell = &shell;
     plain.clock = &clock;

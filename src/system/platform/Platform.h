@@ -4,9 +4,11 @@
 #include "platform/Clock.h"
 #include "platform/Components.h"
 #include "platform/Files.h"
+#include "platform/Internet.h"
 #include "platform/MessageLoop.h"
 #include "platform/Processes.h"
 #include "platform/Registry.h"
+#include "platform/RestorePoints.h"
 #include "platform/Rights.h"
 #include "platform/Services.h"
 #include "platform/Shell.h"
@@ -21,6 +23,7 @@ struct Capabilities {
     bool processes = false;   ///< processes run on the machine and can be listed
     bool services = false;    ///< services run on the machine and can be stopped
     bool components = false;  ///< libraries can be called to register and unregister their components
+    bool network = false;     ///< files can be fetched from the network, and restore points asked for
     bool registry = false;    ///< there is a registry to read
     bool writable = false;    ///< the machine's drives and registry accept writes
     bool live = false;        ///< the machine is the one that this program runs on
@@ -35,6 +38,8 @@ struct Platform {
     Rights* rights = nullptr;
     Services* services = nullptr;
     Components* components = nullptr;
+    Internet* internet = nullptr;
+    RestorePoints* restorePoints = nullptr;
     VersionResources* versions = nullptr;
     Shell* shell = nullptr;
     Clock* clock = nullptr;

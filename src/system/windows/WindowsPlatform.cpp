@@ -7,9 +7,11 @@
 #include "windows/WindowsClock.h"
 #include "windows/WindowsComponents.h"
 #include "windows/WindowsFiles.h"
+#include "windows/WindowsInternet.h"
 #include "windows/WindowsMessageLoop.h"
 #include "windows/WindowsProcesses.h"
 #include "windows/WindowsRegistry.h"
+#include "windows/WindowsRestorePoints.h"
 #include "windows/WindowsRights.h"
 #include "windows/WindowsServices.h"
 #include "windows/WindowsShell.h"
@@ -27,6 +29,8 @@ struct WindowsPlatform::Impl {
     WindowsRights rights;
     WindowsServices services;
     WindowsComponents components;
+    WindowsInternet internet;
+    WindowsRestorePoints restorePoints;
     WindowsVersions versions;
     WindowsShell shell;
     WindowsClock clock;
@@ -50,14 +54,21 @@ platform::Platform WindowsPlatform::View() {
     view.rights = &impl_->rights;
     view.services = &impl_->services;
     view.components = &impl_->components;
+    view.internet = &impl_->internet;
+    view.restorePoints = &impl_->restorePoints;
     view.versions = &impl_->versions;
     view.shell = &impl_->shell;
     view.clock = &impl_->clock;
     view.text = &impl_->text;
     view.loop = &impl_->loop;
     view.system = &impl_->system;
-    view.can = {
-        .processes = true, .services = true, .components = true, .registry = true, .writable = true, .live = true};
+    view.can = {.processes = true,
+                .services = true,
+                .components = true,
+                .network = true,
+                .registry = true,
+                .writable = true,
+                .live = true};
     return view;
 }
 
