@@ -79,9 +79,12 @@ std::int32_t OwnProcess() {
     return static_cast<std::int32_t>(platform::Current().processes->CurrentId());
 }
 
-std::string HashOf(std::string_view path) {
-    std::string hash = modMD5::FileMD5(path);
+std::string Meaningful(std::string hash) {
     return hash == InvalidFile ? std::string() : hash;
+}
+
+std::string HashOf(std::string_view path) {
+    return Meaningful(modMD5::FileMD5(path));
 }
 
 const std::string& Hashes::Of(const std::string& path) {

@@ -1,6 +1,7 @@
 // The two ways in which the cleaner walks the processes of the machine.
 #pragma once
 
+#include <cstdint>
 #include <functional>
 #include <map>
 #include <string>
@@ -36,7 +37,9 @@ bool EachOfStatus(const Visit& visit);
 /// Number of the engine's own process, as the records have it.
 [[nodiscard]] std::int32_t OwnProcess();
 
-/// The hash of a file, empty where it has none that says anything.
+/// The answer of a hashing, empty where it is no hash.
+[[nodiscard]] std::string Meaningful(std::string hash);
+/// The hash of a file, empty where it has none.
 [[nodiscard]] std::string HashOf(std::string_view path);
 
 /// Hashes of programs, each read once: many processes run the same one.
