@@ -18,6 +18,12 @@ struct CleanerPeer {
                                               std::string_view folder, bool recursing = false) {
         return cleaner.HelperQuarantineFolder(threat, path, folder, recursing);
     }
+    static enCleanerErrors RemoveProvider(Cleaner& cleaner, std::string_view path) {
+        return cleaner.HelperRemoveLSP(7, path);
+    }
+    static enCleanerErrors RemoveProvider(Cleaner& cleaner, std::string_view path, std::string_view controlSet) {
+        return cleaner.HelperRemoveLSPByControlSet(7, path, controlSet);
+    }
     static void LeaveToNextStart(Cleaner& cleaner, std::int32_t threat, std::string_view reason,
                                  std::string_view path) {
         cleaner.AddCleanerRequiredforThreat(threat, reason, path);
