@@ -33,7 +33,7 @@ bool HasRow(const std::string& filter) {
 
 // The current row of the index.
 std::shared_ptr<QuarantineThreat> ReadThreat(const Recordset& index) {
-    const auto threat = std::make_shared<QuarantineThreat>();
+    auto threat = std::make_shared<QuarantineThreat>();
     threat->QuarantineThreatID = ToText(index.Get("QThreatID"));
     threat->ThreatID = ToLong(index.Get("ThreatID"));
     threat->ScanID = ToText(index.Get("ScanID"));
@@ -71,7 +71,7 @@ void Read(const Recordset& row, QThreatLocationRegKey& entry) {
 
 template <class Location>
 QuarantineThreat::Locations<Location> ReadLocations(const quarantine::Table& table, const std::string& filter) {
-    const auto locations = std::make_shared<Collection<std::shared_ptr<Location>>>();
+    auto locations = std::make_shared<Collection<std::shared_ptr<Location>>>();
     Recordset& rows = Opened(table);
     rows.SetFilter(filter);
     for (; !rows.Eof(); rows.MoveNext()) {

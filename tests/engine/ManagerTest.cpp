@@ -78,6 +78,7 @@ TEST_F(Managers, TheScannerIsKeptAndTheOthersAreMadeAnew) {
     EXPECT_EQ(manager.Scanner(), scanner);
     EXPECT_NE(other.Scanner(), scanner);
     EXPECT_NE(manager.Threats(), manager.Threats());
+    EXPECT_NE(manager.Quarantine(), manager.Quarantine());
     EXPECT_NE(manager.IgnoredThreats(), manager.IgnoredThreats());
     EXPECT_NE(manager.ScanHistory(), manager.ScanHistory());
     EXPECT_NE(manager.Settings(), manager.Settings());
