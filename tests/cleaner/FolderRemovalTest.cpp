@@ -2,9 +2,11 @@
 #include <gmock/gmock.h>
 
 #include <memory>
+#include <utility>
 
 #include "RemovalTest.h"
 #include "decorators/FaultInjectingPlatform.h"
+#include "decorators/ForwardingFiles.h"
 #include "quarantine/QThreatLocationFolder.h"
 
 namespace kel::test {
@@ -127,6 +129,36 @@ TEST_F(FolderRemoval, AFolderThatIsLeftToTheNextStartIsPassedOverTheSecondTime) 
     EXPECT_EQ(RemoveFolder(top).Count(), 0U);
     EXPECT_THAT(RecordedFiles(), SizeIs(rows));
     EXPECT_EQ(Log().back(), "Cleaner Required Folder " + top);
+}
+
+// One folder is a link to another one.
+class FilesWithLink : public decorators::ForwardingFiles {
+public:
+    FilesWithLink(platform::Files& inner, std::string link) : ForwardingFiles(inner), link_(std::move(link)) {}
+
+    platform::Result<std::uint32_t> Attributes(std::string_view path) override {
+        auto attributes = Inner().Attributes(path);
+        if (attributes && path == link_) {
+            return *attributes | platform::AttributeReparsePoint;
+        }
+        return attributes;
+    }
+
+private:
+    std::string link_;
+};
+
+TEST_F(FolderRemoval, WhatALinkToAnotherFolderShowsStays) {
+    const std::string top = AddThing("evil\\");
+    AddThing("evil\\a.txt");
+    const std::string shown = AddThing("evil\\link\\mine.txt", "mine");
+    FilesWithLink files(*Machine().files, top + "link");
+    platform::Platform view = Staged();
+    view.files = &files;
+    Install(view);
+    CleanerPeer::QuarantineFolder(cleaner, Threat, top, Quarantined(), true);
+    EXPECT_EQ(ReadFile(shown), "mine");
+    EXPECT_THAT(RecordedFiles(), ElementsAre(top + "a.txt"));
 }
 
 TEST_F(FolderRemoval, AProtectedFileBelowItGoesWithItUnrecorded) {

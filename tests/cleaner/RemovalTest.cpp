@@ -5,6 +5,7 @@
 #include "core/Recordset.h"
 #include "core/Text.h"
 #include "core/Value.h"
+#include "system/FileHash.h"
 
 namespace kel::test {
 
@@ -19,6 +20,8 @@ RemovalTest::RemovalTest() : stage_(Machine(), Key() + "\\Stage"), system_(*Mach
     system_.version = WindowsXp;
     Install(Staged());
 
+    State().FileHashObject = std::make_shared<FileHash>("removal-test");
+    OptMaxMD5Len() = 2'500'000;
     quarantine::OpenTables();
     Recordset& index = quarantine::Opened(quarantine::Threats);
     index.AddNew();
