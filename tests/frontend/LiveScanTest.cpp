@@ -30,8 +30,10 @@ protected:
         md5.Update(std::as_bytes(std::span(Bad())));
         hash = HexText(md5.Finish());
         ShippedTables tables;
-        tables.threats = {{9001, "Example.Adware.One", "Adware", 2}};
+        tables.threats = {{9001, "Example.Adware.One", "Adware", 2}, {9002, "Example.Running", "Trojan", 1}};
         tables.md5 = {{9001, hash, 0}};
+        // It always runs. The scan leaves its own process out.
+        tables.paths = {{9002, "%windows%\\system32\\services.exe", 0}};
         const platform::PlatformScope installed(machine.View());
         tables.WriteTo(machine.Folder() + "data\\");
     }
@@ -81,6 +83,51 @@ TEST_F(LiveScan, AThreatIsCodeOneAndOneLine) {
     EXPECT_EQ(summary.at("complete"), true);
     EXPECT_EQ(summary.at("threats"), 1);
     EXPECT_EQ(summary.at("unreadable"), 0);
+}
+
+TEST_F(LiveScan, RunningProgramsAreAStage) {
+    EXPECT_EQ(Scan({"--processes", "--format", "jsonl"}), frontend::ExitThreats) << err.Text() << out.Text();
+    const auto lines = out.Lines();
+    EXPECT_THAT(nlohmann::json::parse(lines.front()).at("stages"), testing::ElementsAre("processes"));
+    EXPECT_THAT(nlohmann::json::parse(lines.front()).at("targets"), SizeIs(0));
+    const auto finding = nlohmann::json::parse(lines.at(1));
+    EXPECT_EQ(finding.at("threat"), 9002);
+    EXPECT_THAT(finding.at("location").get<std::string>(), testing::StrCaseEq("C:\\windows\\system32\\services.exe"));
+    const auto summary = nlohmann::json::parse(lines.back());
+    EXPECT_EQ(summary.at("complete"), true);
+    EXPECT_GE(summary.at("processes").get<int>(), 1);
+}
+
+TEST_F(LiveScan, ModulesAreLookedAtBesideTheirPrograms) {
+    Scan({"--processes", "--format", "jsonl"});
+    const auto programs = nlohmann::json::parse(out.Lines().back()).at("processes").get<int>();
+    Scan({"--modules", "--format", "jsonl"});
+    EXPECT_GT(nlohmann::json::parse(out.Lines().back()).at("processes").get<int>(), programs);
+}
+
+TEST_F(LiveScan, ThePriorityIsAvailableOnARunningMachine) {
+    Scan({"--path", machine.Folder() + "walk", "--priority", "normal", "--format", "jsonl"});
+    EXPECT_THAT(nlohmann::json::parse(out.Lines().front()).at("not_available"), SizeIs(0));
+}
+
+TEST_F(LiveScan, ReportsKeepTheirLineEnds) {
+    Plant("song.exe", Bad());
+    EXPECT_EQ(Scan({"--path", machine.Folder() + "walk", "--report", "files"}), frontend::ExitThreats);
+    EXPECT_THAT(out.Text(), HasSubstr("\">\r\n<Threats>\r\n<Threat threatid=\"9001\" name=\"Example.Adware.One\""));
+    EXPECT_THAT(out.Text(), HasSubstr("\"> " + machine.Folder() + "walk\\song.exe</File>\r\n"));
+    EXPECT_THAT(out.Text(), testing::EndsWith("</Threats>\r\n</ScanResultsXML>"));
+    EXPECT_EQ(out.Text().find("\r\r"), std::string::npos);
+}
+
+TEST_F(LiveScan, ThePageGoesToAFile) {
+    Plant("song.exe", Bad());
+    const std::string page = machine.Folder() + "page.html";
+    EXPECT_EQ(Scan({"--path", machine.Folder() + "walk", "--format", "html", "-o", page}), frontend::ExitThreats);
+    EXPECT_EQ(out.Text(), "");
+    const std::string text = ReadFile(machine.View(), page);
+    EXPECT_THAT(text, HasSubstr("<h1>1 threat found in 1 location</h1>\n"));
+    EXPECT_THAT(text, HasSubstr("<code>" + machine.Folder() + "walk\\song.exe</code>"));
+    EXPECT_THAT(text, HasSubstr("<dd>live</dd>"));
 }
 
 TEST_F(LiveScan, APathThatIsNotThereIsMissingInput) {
