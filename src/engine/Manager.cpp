@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "cleaner/ScanCleaner.h"
 #include "core/Failures.h"
 #include "platform/Platform.h"
 #include "results/modDataManager.h"
@@ -63,6 +64,7 @@ enVersionType Manager::CurrentVersionType() const {
 }
 
 std::shared_ptr<kel::Scanner> Manager::Scanner() {
+    ResumeNext([] { LetScannerClean(); });
     return MadeOnce(scanner_);
 }
 

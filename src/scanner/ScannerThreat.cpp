@@ -1,6 +1,7 @@
 // One threat, looked for outside the frame of a scan.
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 #include <utility>
@@ -12,10 +13,10 @@
 #include "platform/Platform.h"
 #include "rules/RunningPrograms.h"
 #include "scanner/EngineData.h"
-#include "scanner/LaterStages.h"
 #include "scanner/RegistrySignatures.h"
 #include "scanner/Scanner.h"
 #include "scanner/ScannerModule.h"
+#include "scanner/ThreatCleaner.h"
 #include "scanner/modScannerFiles.h"
 #include "system/modFiles.h"
 
@@ -25,11 +26,18 @@ namespace {
 
 constexpr const char* Module = "Scanner";
 
+struct Cleaning {
+    std::function<std::shared_ptr<ThreatCleaner>()> make;
+    std::shared_ptr<ThreatCleaner> cleaner;  // of the scan that runs, or that ended too early
+};
+
 // A scan without a voice and without the machine's folders, in place of the one that was made before.
 std::shared_ptr<Scan> BeginBareScan() {
     auto scan = std::make_shared<Scan>();
     SetCurrentScan(scan);
     SharedByScanners().threatsToClean.reset();
+    auto& cleaning = ModuleData<Cleaning>();
+    cleaning.cleaner = cleaning.make ? cleaning.make() : nullptr;
     scan->StartDate = platform::Current().clock->Now();
     return scan;
 }
@@ -61,11 +69,17 @@ void TestPaths(std::int32_t threatID) {
 void DestroyWithoutHistory(Scan& scan, std::int32_t threatID) {
     bool& writesHistory = SharedByScanners().writeHistory;
     const bool before = std::exchange(writesHistory, false);
-    later::DestroyThreat(scan, threatID);
+    if (const auto cleaner = ModuleData<Cleaning>().cleaner) {
+        cleaner->DestroyThreat(scan, threatID);
+    }
     writesHistory = before;
 }
 
 }  // namespace
+
+void SetThreatCleaners(std::function<std::shared_ptr<ThreatCleaner>()> make) {
+    ModuleData<Cleaning>().make = std::move(make);
+}
 
 bool Scanner::ScanThreat(std::int32_t ThreatID, bool CleanIt) {
     bool scanned = false;
@@ -89,6 +103,7 @@ bool Scanner::ScanThreat(std::int32_t ThreatID, bool CleanIt) {
         signatures.ClearFilter();
         SetCurrentScan(nullptr);
         SharedByScanners().threatsToClean.reset();
+        ModuleData<Cleaning>().cleaner.reset();
     });
     return scanned;
 }

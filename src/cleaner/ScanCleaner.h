@@ -1,0 +1,8 @@
+#pragma once
+
+namespace kel {
+
+/// Lets Scanner::ScanThreat clean what it finds.
+void LetScannerClean();
+
+}  // namespace kel
