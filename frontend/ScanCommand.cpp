@@ -149,7 +149,9 @@ bool Run::ScanAll() {
     if (stages.Names().empty()) {
         throw MachineError("nothing of what was asked for is available on this machine: " + stages.notAvailable[0]);
     }
+    // Loads the data anew if they have changed since.
     scanner_->InitializeScan();
+    session_.GiveIgnoreList();
     scan_ = scanner_->Scan();
     if (!scan_) {
         throw MachineError("the scan could not be started");

@@ -43,6 +43,10 @@ Session::Session(const SessionOptions& options, std::FILE* err)
 void Session::Load() {
     manager_.Scanner()->SetUserDataRootPath(userData_);
     manager_.Inititalize();
+    GiveIgnoreList();
+}
+
+void Session::GiveIgnoreList() {
     ReplayIgnoreList(hostUserData_, *manager_.IgnoredThreats());
 }
 

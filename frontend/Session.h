@@ -28,6 +28,9 @@ public:
     /// Loads the engine's data and the user's, with the user's ignore list. Failures go to the log and to those who
     /// observe it. Throws MachineError when the ignore list can't be read.
     void Load();
+    /// Gives the engine the user's ignore list again: belongs behind whatever may have loaded the data anew. Throws
+    /// MachineError when the list can't be read.
+    void GiveIgnoreList();
 
     /// Called for each file and folder that can't be read, from now on; empty: nobody.
     void OnUnreadable(ReadWatch::Report report) { unreadable_ = std::move(report); }

@@ -1,7 +1,7 @@
 // ombrelane ignore, and what the engine makes of the list.
 #include <gmock/gmock.h>
 
-#include <fstream>
+#include <cstdio>
 #include <thread>
 
 #include "RecordRunTest.h"
@@ -9,6 +9,7 @@
 #include "frontend/IgnoreList.h"
 #include "frontend/IgnoreReplay.h"
 #include "frontend/Machine.h"
+#include "frontend/Session.h"
 
 namespace kel::test {
 namespace {
@@ -298,6 +299,25 @@ TEST_F(IgnoreReplay, ReplayingAgainWritesNothing) {
     frontend::ReplayIgnoreList(UserData(), *session.Manager().IgnoredThreats());
     EXPECT_FALSE(std::filesystem::exists(InUserData(EngineFile)));
     EXPECT_EQ(State().IgnoredThreatIDs->Count(), 2U);
+}
+
+TEST_F(IgnoreReplay, DataThatChangeBeforeAScanDoNotTakeTheListAway) {
+    WriteList("9001\n9002\n");
+    frontend::SessionOptions options;
+    options.data = Data();
+    options.userData = UserData();
+    std::FILE* notes = std::tmpfile();
+    ASSERT_NE(notes, nullptr);
+    frontend::Session session(options, notes);
+    session.Load();
+    tables.threats.push_back({9003, "Example.Worm.Three", "Worm", 2});
+    tables.WriteTo(session.Data());
+    session.Manager().Scanner()->InitializeScan();
+    EXPECT_FALSE(session.Manager().IgnoredThreats()->IsIgnoredThreatID(9001)) << "the load has lost it";
+    session.GiveIgnoreList();
+    EXPECT_TRUE(session.Manager().IgnoredThreats()->IsIgnoredThreatID(9001));
+    EXPECT_EQ(session.Manager().IgnoredThreats()->GetIgnoredThreatCount(), 2);
+    std::fclose(notes);
 }
 
 TEST_F(IgnoreReplay, AListThatCanNotBeReadIsNoEmptyOne) {
