@@ -4,14 +4,19 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
+#include <cstdlib>
 #include <string>
 #include <vector>
+
+#ifdef _WIN32
+#include <process.h>
+#endif
 
 namespace kel::test {
 
 class CapturedStream {
 public:
-    CapturedStream() : file_(std::tmpfile()) { EXPECT_NE(file_, nullptr); }
+    CapturedStream() : file_(Open()) { EXPECT_NE(file_, nullptr); }
     ~CapturedStream() { std::fclose(file_); }
     CapturedStream(const CapturedStream&) = delete;
     CapturedStream& operator=(const CapturedStream&) = delete;
@@ -44,6 +49,19 @@ public:
     }
 
 private:
+    static std::FILE* Open() {
+#ifdef _WIN32
+        // The names that the C library makes up are those of other tests that start at the same moment.
+        static int made = 0;
+        const char* folder = std::getenv("TEMP");
+        const std::string name = std::string(folder != nullptr ? folder : ".") + "\\kel-" + std::to_string(_getpid()) +
+                                 "-" + std::to_string(++made);
+        return std::fopen(name.c_str(), "w+bTD");  // gone with its last handle
+#else
+        return std::tmpfile();
+#endif
+    }
+
     std::FILE* file_;
 };
 
