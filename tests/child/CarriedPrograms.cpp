@@ -11,12 +11,15 @@
 
 KEL_CARRY(kelChild, KEL_CHILD);
 KEL_CARRY(kelModule, KEL_MODULE);
+KEL_CARRY(kelServer, KEL_SERVER);
 
 extern "C" {
 extern const char kelChildBegin[];
 extern const char kelChildEnd[];
 extern const char kelModuleBegin[];
 extern const char kelModuleEnd[];
+extern const char kelServerBegin[];
+extern const char kelServerEnd[];
 }
 
 namespace kel::test {
@@ -27,6 +30,10 @@ std::string_view ChildProgram() {
 
 std::string_view ChildModule() {
     return {kelModuleBegin, kelModuleEnd};
+}
+
+std::string_view ChildServer() {
+    return {kelServerBegin, kelServerEnd};
 }
 
 }  // namespace kel::test

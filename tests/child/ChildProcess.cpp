@@ -24,19 +24,58 @@ struct ChildProcess::Impl {
     std::string programPath;
     ChildOptions options;
     PROCESS_INFORMATION process{};
+    DWORD childId = 0;
+    HANDLE child = nullptr;
+
+    void FindChild() {
+        for (const platform::ProcessEntry& entry : platform.processes->Snapshot().ValueOr({})) {
+            if (entry.parentId == process.dwProcessId) {
+                childId = entry.id;
+                child = ::OpenProcess(SYNCHRONIZE | PROCESS_QUERY_INFORMATION | PROCESS_TERMINATE, FALSE, entry.id);
+            }
+        }
+        EXPECT_NE(child, nullptr) << "the child of the child is not there";
+    }
 };
 
+namespace {
+
+bool HasEnded(HANDLE process, DWORD wait) {
+    return ::WaitForSingleObject(process, wait) == WAIT_OBJECT_0;
+}
+
+std::uint32_t CodeOf(HANDLE process) {
+    DWORD code = 0;
+    EXPECT_NE(::GetExitCodeProcess(process, &code), FALSE);
+    return code;
+}
+
+void EndAndClose(HANDLE process) {
+    if (process != nullptr) {
+        ::TerminateProcess(process, EndedByTheTest);
+        ::WaitForSingleObject(process, PatienceForTheEnd);
+        ::CloseHandle(process);
+    }
+}
+
+}  // namespace
+
 ChildProcess::ChildProcess(const platform::Platform& platform, std::string programPath, ChildOptions options)
-    : impl_(std::make_unique<Impl>(Impl{platform, std::move(programPath), std::move(options), {}})) {
+    : impl_(std::make_unique<Impl>(Impl{platform, std::move(programPath), std::move(options)})) {
     static std::atomic<unsigned> serial{0};
     const std::string own = std::to_string(::GetCurrentProcessId());
-    WriteFile(platform, impl_->programPath, ChildProgram());
+    const std::string program = std::string(ChildProgram()) + impl_->options.tail;
+    WriteFile(platform, impl_->programPath, program);
     const std::string eventName = "KelTestChild-" + own + "-" + std::to_string(++serial);
     std::string command =
         "\"" + impl_->programPath + "\" run " + eventName + " " + own + " " + std::to_string(impl_->options.threads);
     if (!impl_->options.modulePath.empty()) {
         WriteFile(platform, impl_->options.modulePath, ChildModule());
         command += " \"" + impl_->options.modulePath + "\"";
+    }
+    if (!impl_->options.childPath.empty()) {
+        WriteFile(platform, impl_->options.childPath, program + "of the child");
+        command += std::string(impl_->options.modulePath.empty() ? " -" : "") + " \"" + impl_->options.childPath + "\"";
     }
     const HANDLE ready = ::CreateEventA(nullptr, TRUE, FALSE, eventName.c_str());
     STARTUPINFOA startup{};
@@ -49,18 +88,22 @@ ChildProcess::ChildProcess(const platform::Platform& platform, std::string progr
         EXPECT_EQ(::WaitForMultipleObjects(2, either, FALSE, Patience), WAIT_OBJECT_0) << "the child did not get ready";
     }
     ::CloseHandle(ready);
+    if (started != FALSE && !impl_->options.childPath.empty()) {
+        impl_->FindChild();
+    }
 }
 
 ChildProcess::~ChildProcess() {
-    if (impl_->process.hProcess != nullptr) {
-        ::TerminateProcess(impl_->process.hProcess, EndedByTheTest);
-        ::WaitForSingleObject(impl_->process.hProcess, PatienceForTheEnd);
+    EndAndClose(impl_->child);
+    EndAndClose(impl_->process.hProcess);
+    if (impl_->process.hThread != nullptr) {
         ::CloseHandle(impl_->process.hThread);
-        ::CloseHandle(impl_->process.hProcess);
     }
     impl_->platform.files->Remove(impl_->programPath);
-    if (!impl_->options.modulePath.empty()) {
-        impl_->platform.files->Remove(impl_->options.modulePath);
+    for (const std::string& path : {impl_->options.modulePath, impl_->options.childPath}) {
+        if (!path.empty()) {
+            impl_->platform.files->Remove(path);
+        }
     }
 }
 
@@ -69,13 +112,31 @@ std::uint32_t ChildProcess::Id() const {
 }
 
 bool ChildProcess::Ended() const {
-    return ::WaitForSingleObject(impl_->process.hProcess, PatienceForTheEnd) == WAIT_OBJECT_0;
+    return HasEnded(impl_->process.hProcess, PatienceForTheEnd);
 }
 
 std::uint32_t ChildProcess::ExitCode() const {
-    DWORD code = 0;
-    EXPECT_NE(::GetExitCodeProcess(impl_->process.hProcess, &code), FALSE);
-    return code;
+    return CodeOf(impl_->process.hProcess);
+}
+
+bool ChildProcess::Runs() const {
+    return !HasEnded(impl_->process.hProcess, 0);
+}
+
+std::uint32_t ChildProcess::ChildId() const {
+    return impl_->childId;
+}
+
+bool ChildProcess::ChildEnded() const {
+    return HasEnded(impl_->child, PatienceForTheEnd);
+}
+
+std::uint32_t ChildProcess::ChildExitCode() const {
+    return CodeOf(impl_->child);
+}
+
+bool ChildProcess::ChildRuns() const {
+    return !HasEnded(impl_->child, 0);
 }
 
 }  // namespace kel::test

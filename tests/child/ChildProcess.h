@@ -11,8 +11,10 @@
 namespace kel::test {
 
 struct ChildOptions {
-    unsigned threads = 0;    ///< beside the first one
-    std::string modulePath;  ///< where the module is written that the child loads; empty: none
+    unsigned threads = 0;         ///< beside the first one
+    std::string modulePath = {};  ///< where the module is written that the child loads; empty: none
+    std::string tail = {};        ///< bytes behind those of the program, for a hash of its own
+    std::string childPath = {};   ///< where a program is written that the child starts as its own child; empty: none
 };
 
 /// Runs from the constructor on, which returns when the module is loaded and the threads are there, until the
@@ -30,6 +32,14 @@ public:
     [[nodiscard]] bool Ended() const;
     /// Only when it has ended.
     [[nodiscard]] std::uint32_t ExitCode() const;
+    /// Whether it runs at this moment.
+    [[nodiscard]] bool Runs() const;
+
+    // The same of the child that it started.
+    [[nodiscard]] std::uint32_t ChildId() const;
+    [[nodiscard]] bool ChildEnded() const;
+    [[nodiscard]] std::uint32_t ChildExitCode() const;
+    [[nodiscard]] bool ChildRuns() const;
 
 private:
     struct Impl;

@@ -1,12 +1,10 @@
 // Services of the machine, with a service of the test's own.
 #include <gtest/gtest.h>
-#include <windows.h>
-// After windows.h.
-#include <winsvc.h>
 
+#include <cstdint>
 #include <string>
 
-#include "child/CarriedPrograms.h"
+#include "child/ChildService.h"
 #include "support/EngineTest.h"
 #include "system/modServices.h"
 
@@ -23,83 +21,42 @@ constexpr std::uint32_t ControlInterrogate = 4;
 
 class RunningService : public EngineTest {
 protected:
-    RunningService() : name_("keltest" + std::to_string(::GetCurrentProcessId())) {
-        WriteFile(program_, ChildProgram());
-        manager_ = ::OpenSCManagerA(nullptr, nullptr, SC_MANAGER_ALL_ACCESS);
-        EXPECT_NE(manager_, nullptr);
-        service_ = ::CreateServiceA(manager_, name_.c_str(), name_.c_str(), SERVICE_ALL_ACCESS,
-                                    SERVICE_WIN32_OWN_PROCESS, SERVICE_DEMAND_START, SERVICE_ERROR_IGNORE,
-                                    ("\"" + program_ + "\" service " + name_).c_str(), nullptr, nullptr, nullptr,
-                                    nullptr, nullptr);
-        EXPECT_NE(service_, nullptr) << "error " << ::GetLastError();
-        EXPECT_NE(::StartServiceA(service_, 0, nullptr), FALSE) << "error " << ::GetLastError();
-        EXPECT_TRUE(Reaches(SERVICE_RUNNING));
-    }
-    ~RunningService() override {
-        SERVICE_STATUS status{};
-        ::ControlService(service_, SERVICE_CONTROL_STOP, &status);
-        Reaches(SERVICE_STOPPED);
-        ::DeleteService(service_);
-        ::CloseServiceHandle(service_);
-        ::CloseServiceHandle(manager_);
-        // Its process ends a moment after it has said so, and holds its file until then.
-        for (int turn = 0; turn < 1000 && Machine().files->Remove(program_) != SysError::Success; ++turn) {
-            ::Sleep(10);
-        }
-    }
-    RunningService(const RunningService&) = delete;
-    RunningService& operator=(const RunningService&) = delete;
+    const std::string& Name() const { return service_.Name(); }
 
-    [[nodiscard]] DWORD State() const {
-        SERVICE_STATUS status{};
-        EXPECT_NE(::QueryServiceStatus(service_, &status), FALSE);
-        return status.dwCurrentState;
-    }
-    // Services have no event to wait for; ten seconds at most.
-    bool Reaches(DWORD state) const {
-        for (int turn = 0; turn < 1000 && State() != state; ++turn) {
-            ::Sleep(10);
-        }
-        return State() == state;
-    }
-
-    std::string name_;
-    std::string program_ = Folder() + "kelservice.exe";
-    SC_HANDLE manager_ = nullptr;
-    SC_HANDLE service_ = nullptr;
+    ChildService service_{Machine(), Folder() + "kelservice.exe"};
 };
 
 TEST_F(RunningService, StopsWhenItIsToldTo) {
-    modServices::ServiceStop("", name_);
-    EXPECT_TRUE(Reaches(SERVICE_STOPPED));
+    modServices::ServiceStop("", Name());
+    EXPECT_TRUE(service_.Stops());
     EXPECT_TRUE(Reported().empty());
 }
 
 TEST_F(RunningService, StoppingItTwiceIsNoFailure) {
-    modServices::ServiceStop("", name_);
-    EXPECT_TRUE(Reaches(SERVICE_STOPPED));
-    modServices::ServiceStop("", name_);
+    modServices::ServiceStop("", Name());
+    EXPECT_TRUE(service_.Stops());
+    modServices::ServiceStop("", Name());
     EXPECT_TRUE(Reported().empty());
 }
 
 TEST_F(RunningService, StaysWhenAnotherOneIsStopped) {
-    modServices::ServiceStop("", name_ + "x");
-    EXPECT_EQ(State(), static_cast<DWORD>(SERVICE_RUNNING));
+    modServices::ServiceStop("", Name() + "x");
+    EXPECT_TRUE(service_.IsRunning());
     EXPECT_TRUE(Reported().empty());
 }
 
 TEST_F(RunningService, TakesOnlyWhatItsHandleAllows) {
     const auto manager = Machine().services->OpenManager("", "ServicesActive", AllOfManager);
     ASSERT_TRUE(manager.Ok());
-    const auto looking = (*manager)->Open(name_, QueryStatus);
+    const auto looking = (*manager)->Open(Name(), QueryStatus);
     ASSERT_TRUE(looking.Ok());
     EXPECT_EQ((*looking)->Control(ControlStop), SysError::AccessDenied);
-    EXPECT_EQ(State(), static_cast<DWORD>(SERVICE_RUNNING));
-    const auto whole = (*manager)->Open(name_, AllOfService);
+    EXPECT_TRUE(service_.IsRunning());
+    const auto whole = (*manager)->Open(Name(), AllOfService);
     ASSERT_TRUE(whole.Ok());
     EXPECT_EQ((*whole)->Control(ControlInterrogate), SysError::Success);
     EXPECT_EQ((*whole)->Control(ControlStop), SysError::Success);
-    EXPECT_TRUE(Reaches(SERVICE_STOPPED));
+    EXPECT_TRUE(service_.Stops());
     EXPECT_NE((*whole)->Control(ControlStop), SysError::Success) << "it does not run any more";
 }
 

@@ -1,9 +1,13 @@
 // The child process of a test. It ends when it is ended, when its parent is gone, or after two minutes.
 //
-//   child run READY PARENT THREADS [MODULE]   sets the event READY when MODULE is loaded and THREADS more threads run
-//   child service NAME                        runs as that service
+//   child run READY PARENT THREADS [MODULE [CHILD]]
+//                        sets the event READY when MODULE is loaded ("-": none), THREADS more threads run and CHILD,
+//                        another copy of this program, runs as a child of this one
+//   child service NAME   runs as that service
+//   child TEXT           writes TEXT into the file of its own name with ".txt" behind it
 #include <windows.h>
 
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
@@ -16,8 +20,40 @@ DWORD WINAPI Idle(LPVOID /*unused*/) {
     return 0;
 }
 
+// Whether another copy of this program got ready as a child of this process.
+bool StartChild(const char* program, const char* ready, const char* parent) {
+    char event[128] = {};
+    std::snprintf(event, sizeof(event), "%s-child", ready);
+    char command[512] = {};
+    std::snprintf(command, sizeof(command), "\"%s\" run %s %s 0", program, event, parent);
+    const HANDLE childReady = ::CreateEventA(nullptr, TRUE, FALSE, event);
+    STARTUPINFOA startup{};
+    startup.cb = sizeof(startup);
+    PROCESS_INFORMATION child{};
+    if (::CreateProcessA(program, command, nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup, &child) == FALSE) {
+        return false;
+    }
+    const HANDLE either[] = {childReady, child.hProcess};
+    const bool isReady = ::WaitForMultipleObjects(2, either, FALSE, LongestLife) == WAIT_OBJECT_0;
+    ::CloseHandle(child.hThread);
+    ::CloseHandle(child.hProcess);
+    ::CloseHandle(childReady);
+    return isReady;
+}
+
+int Write(const char* text) {
+    char path[MAX_PATH + 8] = {};
+    const DWORD length = ::GetModuleFileNameA(nullptr, path, MAX_PATH);
+    std::memcpy(path + length, ".txt", sizeof(".txt"));
+    const HANDLE file = ::CreateFileA(path, GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
+    DWORD written = 0;
+    const BOOL done = ::WriteFile(file, text, static_cast<DWORD>(std::strlen(text)), &written, nullptr);
+    ::CloseHandle(file);
+    return done != FALSE ? 0 : 6;
+}
+
 int Run(int count, char** arguments) {
-    if (count > 5 && ::LoadLibraryA(arguments[5]) == nullptr) {
+    if (count > 5 && std::strcmp(arguments[5], "-") != 0 && ::LoadLibraryA(arguments[5]) == nullptr) {
         return 2;
     }
     for (int started = std::atoi(arguments[4]); started > 0; --started) {
@@ -26,6 +62,9 @@ int Run(int count, char** arguments) {
             return 3;
         }
         ::CloseHandle(thread);
+    }
+    if (count > 6 && !StartChild(arguments[6], arguments[2], arguments[3])) {
+        return 7;
     }
     const HANDLE parent =
         ::OpenProcess(SYNCHRONIZE, FALSE, static_cast<DWORD>(std::strtoul(arguments[3], nullptr, 10)));
@@ -82,5 +121,5 @@ int main(int count, char** arguments) {
     if (count == 3 && std::strcmp(arguments[1], "service") == 0) {
         return RunAsService(arguments[2]);
     }
-    return 64;
+    return count == 2 ? Write(arguments[1]) : 64;
 }
