@@ -5,12 +5,16 @@
 #include <windows.h>
 
 #include <algorithm>
+#include <optional>
 #include <string>
+#include <string_view>
 
 #include "RemovalTest.h"
 #include "child/ChildProcess.h"
-#include "core/Text.h"
+#include "core/Value.h"
 #include "system/modFiles.h"
+#include "system/modFolderPaths.h"
+#include "system/modRegistry.h"
 #include "system/modWinAPI.h"
 
 namespace kel::test {
@@ -167,6 +171,96 @@ TEST_F(FileInUse, AProcessWithTheNameOfALibraryIsEndedButNotOnNT) {
     } else {
         EXPECT_TRUE(child.Ended());
     }
+}
+
+// On the machine's own registry and Windows folder, which are put back as they were.
+class FileInUseLive : public RemovalTest {
+protected:
+    FileInUseLive()
+        : productWasThere_(KeyIsThere(Product)), makerWasThere_(KeyIsThere(Maker)), pendingBefore_(Pending()) {
+        Install(Machine());
+        winInit_ = modFolderPaths::GetWindowsFolder() + "WININIT.INI";
+        if (Exists(winInit_)) {
+            winInitBefore_ = ReadFile(winInit_);
+        }
+    }
+    ~FileInUseLive() override {
+        if (auto key = Registry().Open(HiveLocalMachine, SessionManager)) {
+            if (pendingBefore_) {
+                (*key)->Set(PendingOperations, platform::ValueType::MultiSz, *pendingBefore_);
+            } else {
+                (*key)->RemoveValue(PendingOperations);
+            }
+        }
+        if (auto key = Registry().Open(HiveCurrentUser, RunOnce)) {
+            (*key)->RemoveValue(Scheduled);
+        }
+        modRegistry::DeleteRegistryKeyTree(HiveCurrentUser, CleanerExe);
+        if (!productWasThere_) {
+            Registry().RemoveKey(HiveCurrentUser, Product);
+        }
+        if (!makerWasThere_) {
+            Registry().RemoveKey(HiveCurrentUser, Maker);
+        }
+        if (winInitBefore_) {
+            WriteFile(winInit_, *winInitBefore_);
+        } else {
+            Machine().files->Remove(winInit_);
+        }
+    }
+    FileInUseLive(const FileInUseLive&) = delete;
+    FileInUseLive& operator=(const FileInUseLive&) = delete;
+
+    static constexpr const char* Maker = R"(SOFTWARE\Kelvane Software)";
+    static constexpr const char* Product = R"(SOFTWARE\Kelvane Software\Ombrelane)";
+    static constexpr const char* CleanerExe = R"(SOFTWARE\Kelvane Software\Ombrelane\CleanerExe)";
+    static constexpr const char* RunOnce = R"(SOFTWARE\Microsoft\Windows\CurrentVersion\RunOnce)";
+    static constexpr const char* Scheduled = "OmbrelaneCleaner";
+    static constexpr const char* PendingOperations = "PendingFileRenameOperations";
+
+    [[nodiscard]] platform::Registry& Registry() const { return *Machine().registry; }
+    [[nodiscard]] bool KeyIsThere(std::string_view key) const { return Registry().Open(HiveCurrentUser, key).Ok(); }
+    [[nodiscard]] std::optional<std::string> Pending() const {
+        auto key = Registry().Open(HiveLocalMachine, SessionManager);
+        if (!key) {
+            return std::nullopt;
+        }
+        auto value = (*key)->Query(PendingOperations);
+        return value ? std::optional(value->data) : std::nullopt;
+    }
+
+    bool productWasThere_;
+    bool makerWasThere_;
+    std::optional<std::string> pendingBefore_;
+    std::string winInit_;
+    std::optional<std::string> winInitBefore_;
+};
+
+TEST_F(FileInUseLive, IsInTheListsOfTheMachineUntilItsStart) {
+    const std::string path = AddThing("some long name.dat", "held");
+    {
+        const HeldFile held(path);
+        Remove(path);
+    }
+    ASSERT_EQ(ReadFile(path), "held");
+    const std::string shortPath = modFiles::ShortPathFromLongPath(path);
+    const std::string word = modWinAPI::GetOSVersionName();
+    if (word == "98" || word == "ME") {
+        EXPECT_TRUE(ReadFile(winInit_).ends_with("[rename]\r\nNUL=" + shortPath + "\r\n"));
+    } else {
+        EXPECT_TRUE(Pending().value_or("").ends_with(R"(\??\)" + shortPath + "\0\0\0"s));
+    }
+    EXPECT_TRUE(modRegistry::RegValueExists(HiveCurrentUser, DelFiles, path));
+    EXPECT_EQ(ToText(modRegistry::GetRegistryValue(HiveCurrentUser, CleanerExe, "7")), "scan one");
+    EXPECT_EQ(ToText(modRegistry::GetRegistryValue(HiveCurrentUser, RunOnce, Scheduled)),
+              AppFolder() + "kelASCleaner.exe");
+
+    Cleaner atStart;
+    atStart.IsCleanerRunning = true;
+    atStart.RunAllCleanerFiles();
+    EXPECT_FALSE(Exists(path));
+    EXPECT_FALSE(KeyIsThere(DelFiles));
+    EXPECT_THAT(Reported(), IsEmpty());
 }
 
 }  // namespace
