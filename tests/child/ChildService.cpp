@@ -5,6 +5,9 @@
 // After windows.h.
 #include <winsvc.h>
 
+#include <atomic>
+#include <utility>
+
 #include "child/CarriedPrograms.h"
 #include "support/ScratchMachine.h"
 
@@ -13,7 +16,7 @@ namespace kel::test {
 struct ChildService::Impl {
     platform::Platform platform;
     std::string program;
-    std::string name = "keltest" + std::to_string(::GetCurrentProcessId());
+    std::string name;
     SC_HANDLE manager = nullptr;
     SC_HANDLE service = nullptr;
 
@@ -21,6 +24,15 @@ struct ChildService::Impl {
         SERVICE_STATUS status{};
         EXPECT_NE(::QueryServiceStatus(service, &status), FALSE);
         return status.dwCurrentState;
+    }
+    // While many programs come and go, the service manager now and then loses the one that it starts.
+    [[nodiscard]] bool Starts() const {
+        bool started = ::StartServiceA(service, 0, nullptr) != FALSE;
+        for (int turn = 0; turn < 10 && !started; ++turn) {
+            ::Sleep(100);
+            started = ::StartServiceA(service, 0, nullptr) != FALSE;
+        }
+        return started;
     }
     // Services have no event to wait for.
     [[nodiscard]] bool Reaches(DWORD state) const {
@@ -32,7 +44,9 @@ struct ChildService::Impl {
 };
 
 ChildService::ChildService(const platform::Platform& platform, std::string programPath)
-    : impl_(new Impl{platform, std::move(programPath)}) {
+    : impl_(new Impl{platform, std::move(programPath), {}}) {
+    static std::atomic<unsigned> serial{0};
+    impl_->name = "keltest" + std::to_string(::GetCurrentProcessId()) + "-" + std::to_string(++serial);
     WriteFile(platform, impl_->program, ChildProgram());
     impl_->manager = ::OpenSCManagerA(nullptr, nullptr, SC_MANAGER_ALL_ACCESS);
     EXPECT_NE(impl_->manager, nullptr);
@@ -41,7 +55,7 @@ ChildService::ChildService(const platform::Platform& platform, std::string progr
                                       SERVICE_WIN32_OWN_PROCESS, SERVICE_DEMAND_START, SERVICE_ERROR_IGNORE,
                                       command.c_str(), nullptr, nullptr, nullptr, nullptr, nullptr);
     EXPECT_NE(impl_->service, nullptr) << "error " << ::GetLastError();
-    EXPECT_NE(::StartServiceA(impl_->service, 0, nullptr), FALSE) << "error " << ::GetLastError();
+    EXPECT_TRUE(impl_->Starts()) << "error " << ::GetLastError();
     EXPECT_TRUE(impl_->Reaches(SERVICE_RUNNING));
 }
 

@@ -3,9 +3,9 @@
 
 #include <gmock/gmock.h>
 
-#include "MadeMachine.h"
 #include "rules/ProcessWalk.h"
 #include "rules/modCleanerHelper.h"
+#include "support/MadeMachine.h"
 
 namespace kel::test {
 namespace {
