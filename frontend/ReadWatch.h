@@ -21,6 +21,9 @@ public:
                                                                 platform::FindData& first) override;
     platform::Result<std::unique_ptr<platform::OpenFile>> Open(std::string_view path, platform::OpenMode mode) override;
     platform::Result<std::unique_ptr<platform::FileView>> View(std::string_view path) override;
+    // What could not be read ahead is read again by the operations above, and noticed there.
+    platform::Result<platform::FileStamp> Stamp(std::string_view path) override { return Inner().Stamp(path); }
+    std::unique_ptr<platform::FolderAhead> Ahead(std::string_view folder) override { return Inner().Ahead(folder); }
 
 private:
     void Note(std::string_view path, platform::SysError error) const;

@@ -10,6 +10,7 @@
 #include "results/Scan.h"
 #include "rules/modCleanerHelper.h"
 #include "scanner/modScannerFiles.h"
+#include "system/LookAhead.h"
 #include "system/clsFolderPaths.h"
 #include "system/modFiles.h"
 #include "system/modFolderPaths.h"
@@ -61,17 +62,37 @@ std::optional<std::uint64_t> LengthIfThere(std::string_view path) {
     paths::RaiseFileError(length.Error(), path);
 }
 
-std::int32_t TestByDepth(std::string_view path, enScanDepth depth) {
+// What is known of a file before it is tested. The stamp saves a question where files are read ahead.
+struct Known {
+    std::uint64_t length = 0;
+    std::optional<platform::FileStamp> stamp;
+};
+
+std::optional<Known> KnownIfThere(std::string_view path) {
+    if (LookAhead::Active()) {
+        if (const auto stamp = platform::Current().files->Stamp(path)) {
+            return Known{stamp->size, *stamp};
+        }
+    }
+    const auto length = LengthIfThere(path);
+    return length ? std::optional(Known{*length, {}}) : std::nullopt;
+}
+
+std::string HashOf(std::string_view path, const Known& known) {
+    return known.stamp ? modMD5::FileMD5(path, *known.stamp) : modMD5::FileMD5(path);
+}
+
+std::int32_t TestByDepth(std::string_view path, enScanDepth depth, const Known& known) {
     switch (depth) {
         case scanshallow:
             return FilePathThreatExists(VariableForm(path));
         case scanmedium: {
-            const std::string hash = modMD5::FileMD5(path);
+            const std::string hash = HashOf(path, known);
             return hash.empty() ? 0 : MD5ThreatExists(hash);
         }
         case scandeep: {
             // A known path with another hash is another file.
-            const std::string hash = modMD5::FileMD5(path);
+            const std::string hash = HashOf(path, known);
             return hash.empty() ? FilePathThreatExists(VariableForm(path)) : MD5ThreatExists(hash);
         }
         default:
@@ -80,14 +101,14 @@ std::int32_t TestByDepth(std::string_view path, enScanDepth depth) {
 }
 
 std::int32_t Identify(std::string_view path, enScanDepth depth) {
-    const std::optional<std::uint64_t> length = LengthIfThere(path);
-    if (!length) {
+    const std::optional<Known> known = KnownIfThere(path);
+    if (!known) {
         return 0;
     }
-    if (std::cmp_greater(*length, OptMaxMD5Len())) {
+    if (std::cmp_greater(known->length, OptMaxMD5Len())) {
         depth = scanshallow;
     }
-    const std::int32_t threat = TestByDepth(path, depth);
+    const std::int32_t threat = TestByDepth(path, depth, *known);
     return threat > 0 && !modCleanerHelper::RestrictRemoveFile(path) ? threat : 0;
 }
 

@@ -1,8 +1,10 @@
 // What registers, loads or starts a file that was found.
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "core/Failures.h"
 #include "core/Text.h"
@@ -11,6 +13,7 @@
 #include "results/modIgnoredThreats.h"
 #include "rules/modCleanerHelper.h"
 #include "scanner/modScannerFiles.h"
+#include "system/LookAhead.h"
 #include "system/modFiles.h"
 #include "system/modFolderPaths.h"
 #include "system/modHelper.h"
@@ -251,11 +254,14 @@ void AddDetectedThreatFolderContents(std::int32_t ThreatID, std::string_view fol
             return;
         }
         constexpr std::size_t shortestItem = 4;
+        std::vector<std::string> items;
         for (const std::string& listed : modKvFileExplorer::FilesListDeep(folder, !flag, false)) {
-            if (listed.size() < shortestItem) {
-                continue;
+            if (listed.size() >= shortestItem) {
+                items.push_back(LCase(listed));
             }
-            const std::string item = LCase(listed);
+        }
+        const LookAhead ahead(std::make_unique<ListedFiles>(items));
+        for (const std::string& item : items) {
             if (modFiles::FolderExists(item)) {
                 if (!modCleanerHelper::RestrictRemoveFolder(item)) {
                     RequireCurrentScan()->AddDetectedThreatFolder(ScanTypeFiles, ThreatID, item);

@@ -203,7 +203,11 @@ private:
 
     static void WriteThreatList(std::string_view text);
 
+    /// Whether files are tested by their hash, so that it pays to read them ahead.
+    [[nodiscard]] bool HashesFiles() const { return OptScanDepth == scanmedium || OptScanDepth == scandeep; }
+
     // The walk of ScanDriveOrFolder and ScanKnownFiles.
+    void WalkFrom(const std::string& start, std::string_view pattern);
     void FilesListSearch(std::string path, std::string_view pattern, bool report);
     void GetFileInformation(const std::string& path, std::string_view pattern, bool report);
     void TestWalkedFile(const std::string& fullPath, const std::string& path, const std::string& alternateName);

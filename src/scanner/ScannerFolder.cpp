@@ -1,6 +1,10 @@
 // A folder, listed first and then tested item by item. The listings have namesakes in modKvFileExplorer that serve the
 // rest of the engine.
+#include <memory>
+#include <optional>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "core/EngineState.h"
 #include "core/Failures.h"
@@ -8,6 +12,7 @@
 #include "platform/Platform.h"
 #include "scanner/Scanner.h"
 #include "scanner/modScannerFiles.h"
+#include "system/LookAhead.h"
 #include "system/modKvFileExplorer.h"
 #include "system/modMD5.h"
 
@@ -35,12 +40,26 @@ void Report(std::string_view location) {
     RequireCurrentScan()->EventStartingLocation(location, ScanTypeFiles);
 }
 
+// The items as they are tested.
+std::vector<std::string> LowerCase(const Collection<std::string>& items) {
+    std::vector<std::string> paths;
+    paths.reserve(items.Count());
+    for (const std::string& item : items) {
+        paths.push_back(LCase(item));
+    }
+    return paths;
+}
+
 }  // namespace
 
 void Scanner::ScanFolder(std::string_view FolderPath, bool blnRecursive, bool blnIncludeFolders) {
     Trap(Module, "ScanFolder", [&] {
         const Paths items = blnRecursive ? FilesListDeep(FolderPath, blnIncludeFolders, false)
                                          : FilesListShallowKvArray(FolderPath, AllNames);
+        std::optional<LookAhead> ahead;
+        if (HashesFiles() && blnRecursive) {
+            ahead.emplace(std::make_unique<ListedFiles>(LowerCase(items)));
+        }
         for (const std::string& item : items) {
             if (ScanAbortFlag()) {
                 return;

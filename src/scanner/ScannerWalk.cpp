@@ -1,5 +1,6 @@
 // The walk of drives and folders.
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "core/EngineState.h"
@@ -7,7 +8,9 @@
 #include "core/Text.h"
 #include "platform/Platform.h"
 #include "scanner/Scanner.h"
+#include "scanner/WalkAhead.h"
 #include "scanner/modScannerFiles.h"
+#include "system/LookAhead.h"
 #include "system/clsFolderPaths.h"
 #include "system/modFolderPaths.h"
 #include "system/modMD5.h"
@@ -24,20 +27,12 @@ constexpr std::size_t AlternateNameField = 14;
 constexpr std::string_view AllNames = "*.*";
 constexpr std::string_view DefaultStart = "C:\\";
 
-// No folder with this word in its full path is entered, the engine's own quarantine among them.
-constexpr std::string_view Quarantine = "Quarantine";
-
 bool IsDirectory(const platform::FindData& entry) {
     return (entry.attributes & platform::AttributeDirectory) != 0;
 }
 
 bool HasNext(platform::Find& find, platform::FindData& entry) {
     return find.Next(entry) == platform::SysError::Success;
-}
-
-bool MayBeEntered(std::string_view name, std::string_view fullPath) {
-    return !name.starts_with('.') && name.find("\\..\\") == std::string_view::npos &&
-           name.find("\\.\\") == std::string_view::npos && !ContainsText(fullPath, Quarantine);
 }
 
 // The short name in its field, padded with code 0; nothing where the file has none.
@@ -59,7 +54,7 @@ bool Scanner::ScanDriveOrFolder() {
             if (ScanAbortFlag()) {
                 break;
             }
-            FilesListSearch(start, AllNames, true);
+            WalkFrom(start, AllNames);
         }
     });
     return true;
@@ -70,7 +65,7 @@ void Scanner::ScanKnownFiles(std::string_view StartPath) {
         const std::string_view label = StartPath.empty() ? std::string_view("drive") : StartPath;
         RequireCurrentScan()->EventStartingLocation("Loading " + std::string(label) + " details...", ScanTypeFiles);
         const std::string filter = State().FileExtensionFilter;
-        FilesListSearch(StartPath.empty() ? std::string(DefaultStart) : WithBackslash(StartPath), filter, true);
+        WalkFrom(StartPath.empty() ? std::string(DefaultStart) : WithBackslash(StartPath), filter);
     });
 }
 
@@ -97,6 +92,14 @@ void Scanner::ScanKnownFilesCommon() {
         }
         scannerState_ = ScannerStateReady;
     });
+}
+
+void Scanner::WalkFrom(const std::string& start, std::string_view pattern) {
+    std::optional<LookAhead> ahead;
+    if (HashesFiles()) {
+        ahead.emplace(std::make_unique<WalkAhead>(start, std::string(pattern == AllNames ? "" : pattern)));
+    }
+    FilesListSearch(start, pattern, true);
 }
 
 void Scanner::FilesListSearch(std::string path, std::string_view pattern, bool report) {

@@ -1,11 +1,13 @@
 #include "system/modMD5.h"
 
 #include <cstdint>
+#include <utility>
 
 #include "core/EngineState.h"
 #include "core/Failures.h"
 #include "platform/Platform.h"
 #include "system/FileHash.h"
+#include "system/LookAhead.h"
 
 namespace kel::modMD5 {
 
@@ -13,13 +15,33 @@ namespace {
 
 constexpr std::size_t LongestPathWithoutFile = 3;
 // Smaller files are not hashed: signatures know none.
-constexpr std::int64_t MinBytes = 1000;
+constexpr std::uint64_t MinBytes = 1000;
 
 struct Data {
     double LastFileSize = 0;  ///< bytes of the file asked for last
 };
 
+std::string Hash(std::string_view path, std::uint64_t bytes, const platform::FileStamp* stamp) {
+    ModuleData<Data>().LastFileSize = static_cast<double>(bytes);
+    if (!IsHashed(bytes)) {
+        return {};
+    }
+    if (!State().FileHashObject) {
+        Raise(ErrObjectNotSet);
+    }
+    if (stamp != nullptr) {
+        if (const auto digest = LookAhead::Digest(path, *stamp)) {
+            return HexText(*digest);
+        }
+    }
+    return State().FileHashObject->FileMD5(path);
+}
+
 }  // namespace
+
+bool IsHashed(std::uint64_t bytes) {
+    return bytes >= MinBytes && std::cmp_less_equal(bytes, OptMaxMD5Len());
+}
 
 std::string FileMD5(std::string_view path) {
     std::string result;
@@ -27,16 +49,24 @@ std::string FileMD5(std::string_view path) {
         if (path.size() <= LongestPathWithoutFile) {
             return;
         }
+        if (LookAhead::Active()) {
+            if (const auto stamp = platform::Current().files->Stamp(path)) {
+                result = Hash(path, stamp->size, &*stamp);
+                return;
+            }
+        }
         // Not by modFiles::FileLength: a file that can't be read has no hash, which is nothing to report.
-        const auto length = static_cast<std::int64_t>(platform::Current().files->Length(path).ValueOr(0));
-        ModuleData<Data>().LastFileSize = static_cast<double>(length);
-        if (length < MinBytes || length > OptMaxMD5Len()) {
-            return;
+        result = Hash(path, platform::Current().files->Length(path).ValueOr(0), nullptr);
+    });
+    return result;
+}
+
+std::string FileMD5(std::string_view path, const platform::FileStamp& stamp) {
+    std::string result;
+    ResumeNext([&] {
+        if (path.size() > LongestPathWithoutFile) {
+            result = Hash(path, stamp.size, &stamp);
         }
-        if (!State().FileHashObject) {
-            Raise(ErrObjectNotSet);
-        }
-        result = State().FileHashObject->FileMD5(path);
     });
     return result;
 }

@@ -54,6 +54,8 @@ class ReadOnlyFiles : public ForwardingFiles {
 public:
     ReadOnlyFiles(platform::Files& inner, const WriteRules& rules) : ForwardingFiles(inner), rules_(rules) {}
 
+    Result<platform::FileStamp> Stamp(std::string_view path) override { return Inner().Stamp(path); }
+    std::unique_ptr<platform::FolderAhead> Ahead(std::string_view folder) override { return Inner().Ahead(folder); }
     SysError SetAttributes(std::string_view path, std::uint32_t attributes) override {
         return rules_.Allowed(path) ? Inner().SetAttributes(path, attributes) : rules_.RefuseExisting(path);
     }

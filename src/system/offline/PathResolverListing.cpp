@@ -63,7 +63,7 @@ Result<std::shared_ptr<Listing>> Listing::Read(int folder) {
         }
         const std::string_view name = entry->d_name;
         if (name != "." && name != "..") {
-            listing->entries_.push_back(listing->Store(ShownName(name), entry->d_ino));
+            listing->entries_.push_back(listing->Store(ShownName(name), entry->d_ino, entry->d_type));
         }
     }
     closedir(stream);
@@ -75,10 +75,11 @@ Result<std::shared_ptr<Listing>> Listing::Read(int folder) {
     return listing;
 }
 
-Listing::Entry Listing::Store(std::string_view name, std::uint64_t inode) {
+Listing::Entry Listing::Store(std::string_view name, std::uint64_t inode, unsigned char kind) {
     const std::string folded = FoldName(name);
     Entry entry{};
     entry.inode = inode;
+    entry.kind = kind;
     entry.name = static_cast<std::uint32_t>(text_.size());
     entry.nameLength = static_cast<std::uint16_t>(name.size());
     text_ += name;
@@ -157,11 +158,12 @@ const std::string& Listing::ShortName(std::size_t index) {
 }
 
 void Listing::Add(std::string_view name, std::uint64_t inode) {
-    const Entry entry = Store(name, inode);
+    const Entry entry = Store(name, inode, DT_UNKNOWN);
     const auto place = std::lower_bound(entries_.begin(), entries_.end(), entry,
                                         [this](const Entry& left, const Entry& right) { return Before(left, right); });
     if (place != entries_.end() && NameOf(*place) == name) {
         place->inode = inode;
+        place->kind = DT_UNKNOWN;
         dead_ += text_.size() - entry.name;
         return;
     }
@@ -183,7 +185,7 @@ void Listing::Remove(std::string_view name) {
         text_.clear();
         dead_ = 0;
         for (Entry& entry : entries_) {
-            entry = Store(std::string_view(old).substr(entry.name, entry.nameLength), entry.inode);
+            entry = Store(std::string_view(old).substr(entry.name, entry.nameLength), entry.inode, entry.kind);
         }
     }
 }

@@ -19,6 +19,9 @@ public:
     /// Reads the folder in one pass.
     static platform::Result<std::shared_ptr<Listing>> Read(int folder);
 
+    /// The kind that the host's listing gave: DT_REG, DT_DIR and their like; DT_UNKNOWN when it gave none.
+    [[nodiscard]] unsigned char Kind(std::size_t index) const { return entries_[index].kind; }
+
     [[nodiscard]] std::size_t Size() const { return entries_.size(); }
     /// The name as the machine shows it.
     [[nodiscard]] std::string_view Name(std::size_t index) const;
@@ -44,9 +47,10 @@ private:
         std::uint32_t folded;  // into text_; the same where the name is in upper case already
         std::uint16_t nameLength;
         std::uint16_t foldedLength;
+        unsigned char kind;  // of the host
     };
 
-    Entry Store(std::string_view name, std::uint64_t inode);
+    Entry Store(std::string_view name, std::uint64_t inode, unsigned char kind);
     [[nodiscard]] std::string_view NameOf(const Entry& entry) const;
     [[nodiscard]] std::string_view FoldedOf(const Entry& entry) const;
     [[nodiscard]] bool Before(const Entry& left, const Entry& right) const;

@@ -82,6 +82,48 @@ public:
     [[nodiscard]] virtual std::span<const std::byte> Bytes() const = 0;
 };
 
+/// What tells whether a file is still the one that it was, with the bytes that it had. Numbers of the platform's own;
+/// they mean something only beside another stamp of the same machine.
+struct FileStamp {
+    std::uint64_t volume = 0;
+    std::uint64_t file = 0;  ///< identity on its volume
+    std::uint64_t size = 0;  ///< bytes
+    std::uint64_t written = 0;
+    std::uint64_t changed = 0;  ///< 0 where the platform keeps no such time
+    friend bool operator==(const FileStamp&, const FileStamp&) = default;
+};
+
+/// A file that is read before it is asked for. Closed by its destructor.
+class AheadFile {
+public:
+    virtual ~AheadFile() = default;
+    /// The file as it was when it was opened.
+    [[nodiscard]] const FileStamp& Stamp() const { return stamp_; }
+    /// Reads at the position, at most `into.size()` bytes. 0 at the end of the file and after a failure.
+    virtual std::size_t Read(std::span<std::byte> into) = 0;
+    /// Says that the whole file will be read soon.
+    virtual void WillBeRead() = 0;
+
+protected:
+    FileStamp stamp_;
+};
+
+/// A folder whose files are likely to be asked for soon. It guesses: nothing that it says is a fact to act on.
+class FolderAhead {
+public:
+    enum class Kind : std::uint8_t { File, Folder, Other };
+
+    virtual ~FolderAhead() = default;
+    /// Entries without `.` and `..`, in the order of FindFirst, as they were when the folder was opened.
+    [[nodiscard]] virtual std::size_t Count() const = 0;
+    /// Name of an entry from 0; valid as long as the object.
+    [[nodiscard]] virtual std::string_view Name(std::size_t index) const = 0;
+    virtual Kind KindOf(std::size_t index) = 0;
+    /// Opens a file without a trace, where that is allowed of its last access too. Null when it is no file, can't be
+    /// opened, or changed so recently that a further change could go unseen.
+    virtual std::unique_ptr<AheadFile> Open(std::string_view name) = 0;
+};
+
 enum class OpenMode {
     Read,       ///< existing file; others may read and write it meanwhile
     ReadWrite,  ///< existing file, or a new empty one; position 0
@@ -127,6 +169,12 @@ public:
     virtual Result<std::unique_ptr<FileView>> View(std::string_view path) = 0;
     /// Size in bytes. AccessDenied for a folder.
     virtual Result<std::uint64_t> Length(std::string_view path) = 0;
+
+    /// The stamp of a file. Fails as Length does; NotSupported where files are not read ahead. A decorator that changes
+    /// what is seen of files leaves this and the next operation as they are here, so that nothing goes past it.
+    virtual Result<FileStamp> Stamp(std::string_view /*path*/) { return SysError::NotSupported; }
+    /// A folder for reading ahead. Null when it is not there or files are not read ahead.
+    virtual std::unique_ptr<FolderAhead> Ahead(std::string_view /*folder*/) { return nullptr; }
 
     /// GetLongPathNameA. FileNotFound when it is not there.
     virtual Result<std::string> LongPath(std::string_view path) = 0;

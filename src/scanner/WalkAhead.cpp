@@ -1,0 +1,71 @@
+#include "scanner/WalkAhead.h"
+
+#include <utility>
+
+#include "core/Text.h"
+#include "platform/Platform.h"
+
+namespace kel {
+
+namespace {
+
+using Kind = platform::FolderAhead::Kind;
+
+// No folder with this word in its full path is entered, the engine's own quarantine among them.
+constexpr std::string_view Quarantine = "Quarantine";
+
+}  // namespace
+
+bool MayBeEntered(std::string_view name, std::string_view fullPath) {
+    return !name.starts_with('.') && name.find("\\..\\") == std::string_view::npos &&
+           name.find("\\.\\") == std::string_view::npos && !ContainsText(fullPath, Quarantine);
+}
+
+WalkAhead::WalkAhead(std::string start, std::string pattern) : pattern_(std::move(pattern)) {
+    Enter(std::move(start));
+}
+
+void WalkAhead::Enter(std::string path) {
+    if (!path.ends_with('\\')) {
+        path += '\\';
+    }
+    if (std::shared_ptr<platform::FolderAhead> folder = platform::Current().files->Ahead(path)) {
+        levels_.push_back({std::move(path), std::move(folder)});
+    }
+}
+
+bool WalkAhead::Next(AheadItem& item) {
+    while (!levels_.empty()) {
+        Level& level = levels_.back();
+        if (level.next == level.folder->Count()) {
+            level.next = 0;
+            if (std::exchange(level.enters, true)) {
+                levels_.pop_back();
+            }
+            continue;
+        }
+        const std::size_t index = level.next++;
+        const Kind kind = level.folder->KindOf(index);
+        const std::string_view name = level.folder->Name(index);
+        if (level.enters) {
+            if (kind == Kind::Folder) {
+                std::string path = level.path;
+                path += name;
+                if (MayBeEntered(name, path)) {
+                    Enter(std::move(path));
+                }
+            }
+            continue;
+        }
+        if (kind == Kind::File && (pattern_.empty() || platform::Current().files->MatchSpec(name, pattern_))) {
+            item.path = level.path;
+            item.path += name;
+            item.name = name;
+            item.folder = level.folder;
+            return true;
+        }
+    }
+    return false;
+}
+
+}  // namespace kel

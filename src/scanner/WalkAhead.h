@@ -1,0 +1,39 @@
+// The files of a walk in the order in which it will come by them.
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "system/LookAhead.h"
+
+namespace kel {
+
+/// Whether a walk enters a folder.
+/// @param fullPath path of the folder, with its name
+[[nodiscard]] bool MayBeEntered(std::string_view name, std::string_view fullPath);
+
+/// The files of a folder, then those of its subfolders in their order, as Scanner's walk has it.
+class WalkAhead : public AheadSource {
+public:
+    /// @param pattern names to take, as Files::MatchSpec has it; empty for all
+    WalkAhead(std::string start, std::string pattern);
+    bool Next(AheadItem& item) override;
+
+private:
+    struct Level {
+        std::string path;  ///< with a trailing backslash
+        std::shared_ptr<platform::FolderAhead> folder;
+        std::size_t next = 0;
+        bool enters = false;  ///< its files are through
+    };
+
+    void Enter(std::string path);
+
+    std::string pattern_;
+    std::vector<Level> levels_;
+};
+
+}  // namespace kel

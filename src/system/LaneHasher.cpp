@@ -1,0 +1,134 @@
+#include "system/LaneHasher.h"
+
+#include <algorithm>
+#include <array>
+#include <span>
+#include <utility>
+
+namespace kel {
+
+namespace {
+
+// Behind each lane's bytes there is room for the padding, and some more, so that no two lanes begin on the same lines
+// of the processor's cache.
+constexpr std::size_t Slack = 3 * Md5BlockBytes;
+
+}  // namespace
+
+LaneHasher::LaneHasher(const Md5Kernel& kernel, std::size_t bytesALane, Done done)
+    : kernel_(kernel),
+      bytesALane_(bytesALane),
+      done_(std::move(done)),
+      lanes_(kernel.lanes),
+      bytes_(kernel.lanes * (bytesALane + Slack)) {
+    for (std::size_t lane = 0; lane < lanes_.size(); ++lane) {
+        lanes_[lane].buffer = bytes_.data() + lane * (bytesALane + Slack);
+    }
+}
+
+void LaneHasher::Start(std::uint64_t number, std::unique_ptr<platform::AheadFile> file) {
+    const auto free = std::find_if(lanes_.begin(), lanes_.end(), [](const Lane& lane) { return !lane.active; });
+    const auto index = static_cast<std::size_t>(free - lanes_.begin());
+    Lane& lane = *free;
+    lane.number = number;
+    lane.length = lane.unread = file->Stamp().size;
+    lane.file = std::move(file);
+    lane.padded = false;
+    lane.active = true;
+    ++active_;
+    for (std::size_t row = 0; row < 4; ++row) {
+        state_[row * kernel_.lanes + index] = Md5Start[row];
+    }
+    if (!ReadOn(lane)) {
+        End(index, false);
+    }
+}
+
+bool LaneHasher::ReadOn(Lane& lane) {
+    const auto wanted = static_cast<std::size_t>(std::min<std::uint64_t>(lane.unread, bytesALane_));
+    std::size_t filled = 0;
+    while (filled < wanted) {
+        const std::size_t got = lane.file->Read(std::span(lane.buffer + filled, wanted - filled));
+        if (got == 0) {
+            return false;
+        }
+        filled += got;
+    }
+    lane.unread -= filled;
+    lane.next = lane.buffer;
+    lane.blocks = filled / Md5BlockBytes;
+    if (lane.unread == 0) {
+        lane.blocks += PadMd5Tail(lane.buffer + lane.blocks * Md5BlockBytes, lane.length);
+        lane.padded = true;
+        lane.file.reset();
+    }
+    return true;
+}
+
+void LaneHasher::Step() {
+    std::size_t blocks = SIZE_MAX;
+    for (const Lane& lane : lanes_) {
+        if (lane.active) {
+            blocks = std::min(blocks, lane.blocks);
+        }
+    }
+    if (active_ == 0) {
+        return;
+    }
+    Transform(blocks);
+    for (std::size_t index = 0; index < lanes_.size(); ++index) {
+        Lane& lane = lanes_[index];
+        if (!lane.active) {
+            continue;
+        }
+        lane.next += blocks * Md5BlockBytes;
+        lane.blocks -= blocks;
+        if (lane.blocks == 0 && (lane.padded || !ReadOn(lane))) {
+            End(index, lane.padded);
+        }
+    }
+}
+
+void LaneHasher::Transform(std::size_t blocks) {
+    std::array<const std::byte*, MaxMd5Lanes> data{};
+    std::size_t some = 0;
+    for (std::size_t index = 0; index < lanes_.size(); ++index) {
+        some = lanes_[index].active ? index : some;
+    }
+    if (active_ == 1) {
+        // One stream by itself is faster than one lane of many.
+        std::array<std::uint32_t, 4> own{};
+        for (std::size_t row = 0; row < 4; ++row) {
+            own[row] = state_[row * kernel_.lanes + some];
+        }
+        data[0] = lanes_[some].next;
+        md5::TransformScalar(own.data(), data.data(), blocks);
+        for (std::size_t row = 0; row < 4; ++row) {
+            state_[row * kernel_.lanes + some] = own[row];
+        }
+        return;
+    }
+    // A lane without a file goes along with another one; what comes of it is not used.
+    for (std::size_t index = 0; index < lanes_.size(); ++index) {
+        data[index] = lanes_[lanes_[index].active ? index : some].next;
+    }
+    kernel_.transform(state_, data.data(), blocks);
+}
+
+Md5Digest LaneHasher::DigestOf(std::size_t lane) const {
+    Md5Digest digest{};
+    for (std::size_t i = 0; i < digest.size(); ++i) {
+        digest[i] = static_cast<std::uint8_t>(state_[(i / 4) * kernel_.lanes + lane] >> (8 * (i % 4)));
+    }
+    return digest;
+}
+
+void LaneHasher::End(std::size_t index, bool good) {
+    Lane& lane = lanes_[index];
+    lane.active = false;
+    lane.file.reset();
+    --active_;
+    done_(lane.number, good ? std::optional(DigestOf(index)) : std::nullopt);
+}
+
+}  // namespace kel

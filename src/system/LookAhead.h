@@ -1,0 +1,102 @@
+// Files that a procedure is about to ask the hash of, read and hashed ahead of it, several at once.
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <deque>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "platform/Files.h"
+#include "system/LaneHasher.h"
+
+namespace kel {
+
+/// A file that is likely to be asked for.
+struct AheadItem {
+    std::string path;                               ///< to the letter as modMD5::FileMD5 will be given it
+    std::shared_ptr<platform::FolderAhead> folder;  ///< its folder; null when it can't be read ahead
+    std::string name;                               ///< in its folder
+};
+
+/// Says what will be asked for, in that order. It may be wrong: that costs time and nothing else.
+class AheadSource {
+public:
+    virtual ~AheadSource() = default;
+    /// False at the end.
+    virtual bool Next(AheadItem& item) = 0;
+};
+
+/// The files of a list of paths.
+class ListedFiles : public AheadSource {
+public:
+    /// @param paths full paths; what of them is no file is passed over
+    explicit ListedFiles(std::vector<std::string> paths) : paths_(std::move(paths)) {}
+    bool Next(AheadItem& item) override;
+
+private:
+    std::vector<std::string> paths_;
+    std::size_t next_ = 0;
+    std::string folderPath_;
+    std::shared_ptr<platform::FolderAhead> folder_;
+};
+
+/// While it lives, modMD5::FileMD5 finds the digests of its files ready. It works only when it is asked, on the
+/// caller's thread, without a yield, and gives a digest only for a file that is the one that was hashed, by identity,
+/// size and times. Files outside of FileMD5's limits are not read.
+///
+/// The environment variable KEL_READ_AHEAD is the limit of its memory in megabytes, 64 when it is not set; 0 turns
+/// reading ahead off. A typical scan takes 5 of them.
+class LookAhead {
+public:
+    explicit LookAhead(std::unique_ptr<AheadSource> source);
+    ~LookAhead();
+    LookAhead(const LookAhead&) = delete;
+    LookAhead& operator=(const LookAhead&) = delete;
+
+    /// The digest of a file by the innermost one that is alive; nothing when none has it.
+    /// @param stamp the file's, as it is now
+    [[nodiscard]] static std::optional<Md5Digest> Digest(std::string_view path, const platform::FileStamp& stamp);
+    /// Whether any is alive: without one, a stamp is of no use.
+    [[nodiscard]] static bool Active();
+
+private:
+    enum class State : std::uint8_t { Waiting, Hashed, Unknown };
+    struct Item {
+        std::string path;
+        platform::FileStamp stamp;
+        Md5Digest digest{};
+        State state = State::Unknown;
+    };
+    struct Opened {
+        std::uint64_t number;
+        std::unique_ptr<platform::AheadFile> file;
+    };
+    using Time = std::chrono::steady_clock;
+
+    [[nodiscard]] Item* Find(std::string_view path);
+    bool Fetch();
+    void Refill();
+    void StartNext();
+    void Work(const Item& item);
+
+    std::unique_ptr<AheadSource> source_;
+    std::unique_ptr<LaneHasher> hasher_;  // null when reading ahead is off
+    std::deque<Item> items_;
+    std::uint64_t first_ = 0;    // number of items_.front()
+    std::deque<Opened> opened_;  // waiting for a lane
+    bool atEnd_ = false;
+
+    // Whether files come from a slow medium, by the time of the last ones.
+    Time::duration reading_{};
+    std::uint64_t readBytes_ = 0;
+    unsigned readFiles_ = 0;
+    unsigned coldFor_ = 0;  // files
+    LookAhead* outer_;
+};
+
+}  // namespace kel

@@ -1,0 +1,132 @@
+// Files that are read before they are asked for.
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <ctime>
+
+#include "offline/OfflineFiles.h"
+
+namespace kel::offline {
+
+using platform::AheadFile;
+using platform::FileStamp;
+using platform::FolderAhead;
+using platform::Result;
+using platform::SysError;
+
+namespace {
+
+constexpr std::int64_t Second = 1'000'000'000;
+
+std::int64_t Nanoseconds(const timespec& time) {
+    return static_cast<std::int64_t>(time.tv_sec) * Second + time.tv_nsec;
+}
+
+FileStamp StampOf(const struct stat& status) {
+    return {status.st_dev, status.st_ino, static_cast<std::uint64_t>(status.st_size),
+            static_cast<std::uint64_t>(Nanoseconds(status.st_mtim)),
+            static_cast<std::uint64_t>(Nanoseconds(status.st_ctim))};
+}
+
+// Whether a further change would give the file other times: the last one is longer ago than a tick of the kernel, or
+// than the grain of the file system.
+bool IsSettled(const struct stat& status) {
+    timespec now{};
+    clock_gettime(CLOCK_REALTIME_COARSE, &now);
+    const std::int64_t last = std::max(Nanoseconds(status.st_mtim), Nanoseconds(status.st_ctim));
+    const bool coarse = status.st_mtim.tv_nsec % 10'000'000 == 0 && status.st_ctim.tv_nsec % 10'000'000 == 0;
+    return Nanoseconds(now) - last > (coarse ? 2 * Second : Second / 50);
+}
+
+class HostAheadFile : public AheadFile {
+public:
+    HostAheadFile(HostFd fd, const FileStamp& stamp) : fd_(std::move(fd)) { stamp_ = stamp; }
+
+    std::size_t Read(std::span<std::byte> into) override {
+        for (;;) {
+            const ssize_t count = read(fd_.Get(), into.data(), into.size());
+            if (count >= 0) {
+                return static_cast<std::size_t>(count);
+            }
+            if (errno != EINTR) {
+                return 0;
+            }
+        }
+    }
+    void WillBeRead() override { posix_fadvise(fd_.Get(), 0, 0, POSIX_FADV_WILLNEED); }
+
+private:
+    HostFd fd_;
+};
+
+class HostFolderAhead : public FolderAhead {
+public:
+    HostFolderAhead(std::shared_ptr<Folder> folder, std::shared_ptr<Listing> listing)
+        : folder_(std::move(folder)), listing_(std::move(listing)) {}
+
+    [[nodiscard]] std::size_t Count() const override { return listing_->Size(); }
+    [[nodiscard]] std::string_view Name(std::size_t index) const override { return listing_->Name(index); }
+    Kind KindOf(std::size_t index) override {
+        unsigned char kind = listing_->Kind(index);
+        struct stat status {};
+        if (kind == DT_UNKNOWN) {
+            const auto host = HostName(listing_->Name(index));
+            if (host && fstatat(folder_->Fd(), host->c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0) {
+                kind = static_cast<unsigned char>(IFTODT(status.st_mode));
+            }
+        }
+        return kind == DT_REG ? Kind::File : kind == DT_DIR ? Kind::Folder : Kind::Other;
+    }
+
+    std::unique_ptr<AheadFile> Open(std::string_view name) override {
+        // A name as listed is one component of the host's, so that there is no way out of the folder.
+        const auto index = listing_->Find(name);
+        const auto host = index ? HostName(listing_->Name(*index)) : std::nullopt;
+        // Opening a device can already do something.
+        if (!host || KindOf(*index) != Kind::File) {
+            return nullptr;
+        }
+        constexpr int Flags = O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY;
+        HostFd fd(openat(folder_->Fd(), host->c_str(), Flags | O_NOATIME));
+        if (!fd.Valid() && errno == EPERM) {
+            fd = HostFd(openat(folder_->Fd(), host->c_str(), Flags));  // another owner's
+        }
+        struct stat status {};
+        if (!fd.Valid() || fstat(fd.Get(), &status) != 0 || !S_ISREG(status.st_mode) || !IsSettled(status)) {
+            return nullptr;
+        }
+        return std::make_unique<HostAheadFile>(std::move(fd), StampOf(status));
+    }
+
+private:
+    std::shared_ptr<Folder> folder_;
+    std::shared_ptr<Listing> listing_;
+};
+
+}  // namespace
+
+Result<FileStamp> OfflineFiles::Stamp(std::string_view path) {
+    auto place = Existing(path);
+    if (!place) {
+        return place.Error();
+    }
+    struct stat status {};
+    if (place->IsRoot() || fstatat(place->folder->Fd(), place->OnHost().c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0 ||
+        !S_ISREG(status.st_mode)) {
+        return SysError::AccessDenied;
+    }
+    return StampOf(status);
+}
+
+std::unique_ptr<FolderAhead> OfflineFiles::Ahead(std::string_view folder) {
+    auto place = Existing(folder);
+    auto open = place ? resolver_.Open(*place) : Result<std::shared_ptr<Folder>>(place.Error());
+    auto listing = open ? (*open)->List() : Result<std::shared_ptr<Listing>>(open.Error());
+    return listing ? std::make_unique<HostFolderAhead>(*open, *listing) : nullptr;
+}
+
+}  // namespace kel::offline
