@@ -139,6 +139,8 @@ enQuarantineErrors Quarantine::RestoreThreat(std::string_view QuarantineThreatID
             result = enQuarantineErrors::errInvalidThreatID;
             return;
         }
+        // What an earlier operation removed without saving its record must not go with the commit below.
+        platform::Current().registry->Discard();
         RestoreCookies(*threat);
         RestoreRegistry(*threat);
         bool all = RestoreFolders(*threat);
