@@ -10,6 +10,7 @@
 #include "quarantine/QThreatLocationFile.h"
 #include "support/FakeProcess.h"
 #include "support/ShellLink.h"
+#include "system/modFiles.h"
 
 namespace kel::test {
 namespace {
@@ -115,6 +116,37 @@ TEST_F(FileRemoval, AFileThatIsLeftToTheNextStartIsPassedOverTheSecondTime) {
     EXPECT_EQ(Log().back(), "Cleaner Required File " + UCase(path));
 }
 
+// The version of the system, and whether it has a file for what is left to its next start.
+struct SystemsList {
+    platform::OsVersion version;
+    bool file;
+};
+
+class HeldFileOn : public FileRemoval, public ::testing::WithParamInterface<SystemsList> {};
+
+TEST_P(HeldFileOn, IsInTheListsForTheNextStart) {
+    SetVersion(GetParam().version);
+    const std::string path = AddThing("some long name.txt");
+    const std::string shortPath = modFiles::ShortPathFromLongPath(path);
+    decorators::FaultInjectingPlatform faults(Staged());
+    faults.Lock(path);
+    Install(faults.View());
+    EXPECT_EQ(Remove(path).Count(), 0U);
+    EXPECT_TRUE(Exists(path));
+    EXPECT_EQ(
+        Data(HiveLocalMachine, R"(SYSTEM\CurrentControlSet\Control\Session Manager)", "PendingFileRenameOperations"),
+        GetParam().file ? "absent" : R"(\??\)" + shortPath);
+    const std::string winInit = Windows() + "WININIT.INI";
+    EXPECT_EQ(Exists(winInit) ? ReadFile(winInit) : "", GetParam().file ? "[rename]\r\nNUL=" + shortPath + "\r\n" : "");
+    EXPECT_EQ(Data(HiveCurrentUser, R"(SOFTWARE\Kelvane Software\Ombrelane\CleanerExe\DelFiles)", path), "1");
+    EXPECT_TRUE(cleaner.IsRebootRequired());
+    EXPECT_THAT(RecordedFiles(), ElementsAre(path)) << "the row stays";
+}
+
+INSTANTIATE_TEST_SUITE_P(All, HeldFileOn,
+                         ::testing::Values(SystemsList{WindowsXp, false}, SystemsList{Windows98, true},
+                                           SystemsList{WindowsMe, true}));
+
 struct StepsOfType {
     const char* name;
     enThreatFileTypes given;
@@ -186,6 +218,18 @@ TEST_F(FileRemoval, ALibraryEndsTheProcessesOfItsNameAndNoOther) {
     processes.name = "KelThing.dll";
     Remove(AddThing("kelthing.dll"));
     EXPECT_EQ(processes.ends, 1);
+}
+
+TEST_F(FileRemoval, TheProcessesOfAProgramEndBeforeItMoves) {
+    const std::string path = AddThing("kelthing.exe");
+    OneProcess processes(*Machine().processes);
+    processes.name = "kelthing.exe";
+    platform::Platform view = Staged();
+    view.processes = &processes;
+    Install(view);
+    Remove(path);
+    EXPECT_EQ(processes.ends, 1);
+    EXPECT_FALSE(Exists(path));
 }
 
 TEST_F(FileRemoval, TheServiceOfAProgramIsRemoved) {
