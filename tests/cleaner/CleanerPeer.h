@@ -37,6 +37,15 @@ struct CleanerPeer {
     static bool IsFolderLeft(const Cleaner& cleaner, std::string_view path) {
         return cleaner.IsFolderCleanerRequired(path);
     }
+    static std::shared_ptr<DetectedThreat> Generate(Cleaner& cleaner, std::int32_t threat) {
+        return cleaner.GenerateDetectedThreat(threat);
+    }
+    static std::string FileOf(Cleaner& cleaner, std::int32_t threat, std::string_view md5) {
+        return cleaner.GetFilePathFromDetectedFile(threat, md5);
+    }
+    static std::string CookieOf(Cleaner& cleaner, std::int32_t threat, std::string_view cookie) {
+        return cleaner.GetCookieFilePath(threat, cookie);
+    }
     static void SetScanID(Cleaner& cleaner, std::string_view scanID) { cleaner.scanID_ = scanID; }
     static void SetThreatName(Cleaner& cleaner, std::string_view name) { cleaner.currentThreatName_ = name; }
 };

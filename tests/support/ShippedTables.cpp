@@ -38,18 +38,19 @@ void WriteThreats(const std::vector<ThreatRow>& rows, const std::string& path) {
         table.Set("ThreatID", row.id);
         table.Set("ThreatName", row.name);
         table.Set("ThreatCategory", row.category);
-        for (const char* name : {"ThreatType", "ThreatDesc", "ThreatAuthor", "ThreatAuthorURL", "ThreatAdviseDetails",
-                                 "ThreatCustomData"}) {
+        for (const char* name : {"ThreatType", "ThreatDesc", "ThreatAuthorURL", "ThreatAdviseDetails"}) {
             table.Set(name, std::string());
         }
         table.Set("ThreatLevel", row.level);
         table.Set("ThreatAdviseType", std::int32_t{0});
-        table.Set("ThreatCanQuarantine", true);
-        table.Set("ThreatCustomRemovalType", std::string("0"));
+        table.Set("ThreatCanQuarantine", row.canQuarantine);
+        table.Set("ThreatCustomRemovalType", row.removalType);
+        table.Set("ThreatCustomData", row.customData);
+        table.Set("ThreatAuthor", row.author);
         table.Set("ThreatOptionLevel", std::int32_t{0});
         table.Update();
     };
-    add({0, "105", "", 0});
+    add({.id = 0, .name = "105", .category = "", .level = 0});
     for (const ThreatRow& row : rows) {
         add(row);
     }

@@ -14,6 +14,10 @@ struct ThreatRow {
     std::string name;
     std::string category = "adware";
     std::int32_t level = 2;
+    bool canQuarantine = true;
+    std::string removalType = "0";
+    std::string customData = {};
+    std::string author = {};
 };
 
 struct SignatureRow {
