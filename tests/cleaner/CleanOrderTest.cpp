@@ -358,6 +358,29 @@ TEST_F(Clean, DestroyingTellsNobodyThatNothingIsKnown) {
     EXPECT_THAT(Log(), Not(Contains(HasSubstr("Complete"))));
 }
 
+// The scan for a single threat.
+
+TEST_F(Clean, TheScanForASingleThreatRemovesItForGood) {
+    const std::string exe = AddThing("program.exe");
+    tables.paths = {{Threat, exe}};
+    tables.regKeys = {{Threat, "HKEY_CURRENT_USER", "Software\\Evil", "Name"}};
+    Stage().AddText(HiveCurrentUser, "Software\\Evil", "Name", "Data");
+    Begin();
+    cleaner->SetEnableLog(false);
+    Manager manager;
+    EXPECT_TRUE(manager.Scanner()->ScanThreat(Threat, false));
+    EXPECT_TRUE(Exists(exe));
+    EXPECT_FALSE(cleaner->EnableLog());
+    EXPECT_TRUE(manager.Scanner()->ScanThreat(Threat, true));
+    EXPECT_FALSE(Exists(exe));
+    EXPECT_EQ(Data(HiveCurrentUser, "Software\\Evil", "Name"), "absent");
+    EXPECT_TRUE(cleaner->EnableLog());
+    EXPECT_EQ(Log().back(), "Remove Threat (ID:7) Complete");
+    EXPECT_EQ(quarantine::Opened(quarantine::Threats).RecordCount(), 0);
+    EXPECT_EQ(CurrentScan(), nullptr);
+    EXPECT_THAT(Reported(), IsEmpty());
+}
+
 // Restore points.
 
 TEST_F(Clean, ARestorePointIsNamedByTheTimeAlone) {

@@ -3,6 +3,7 @@
 #include "CountingLoop.h"
 #include "core/Recordset.h"
 #include "core/Text.h"
+#include "scanner/ThreatCleaner.h"
 #include "support/ScanTest.h"
 #include "system/modRegistry.h"
 
@@ -158,6 +159,42 @@ TEST_F(SingleThreat, CleaningLeavesTheHistoryOptionAsItWas) {
         EXPECT_TRUE(ScanThreat(1, true));
         EXPECT_EQ(scanner.optWriteHistory(), writes);
     }
+}
+
+// Cleans nothing, and notes what it was asked.
+class NotingCleaner : public ThreatCleaner {
+public:
+    explicit NotingCleaner(std::vector<std::string>& notes) : notes_(notes) { notes_.emplace_back("made"); }
+    ~NotingCleaner() override { notes_.emplace_back("released"); }
+    NotingCleaner(const NotingCleaner&) = delete;
+    NotingCleaner& operator=(const NotingCleaner&) = delete;
+
+    void DestroyThreat(Scan& scan, std::int32_t threatID) override {
+        notes_.push_back("destroy " + Text(threatID) + " of " + Text(scan.DetectedThreatCount()) +
+                         (Scanner().optWriteHistory() ? ", history" : ""));
+    }
+
+private:
+    std::vector<std::string>& notes_;
+};
+
+TEST_F(SingleThreat, WhatIsFoundIsCleanedOnlyWhenAsked) {
+    AddRow(1, "Name", {});
+    AddRow(2, "Missing", {});
+    Begin();
+    std::vector<std::string> notes;
+    SetThreatCleaners([&notes] { return std::make_shared<NotingCleaner>(notes); });
+    scanner.SetoptWriteHistory(true);
+    EXPECT_TRUE(ScanThreat(1));
+    EXPECT_THAT(notes, ElementsAre("made", "released"));
+    notes.clear();
+    EXPECT_TRUE(ScanThreat(2, true));
+    EXPECT_THAT(notes, ElementsAre("made", "released")) << "nothing was found";
+    notes.clear();
+    EXPECT_TRUE(ScanThreat(1, true));
+    EXPECT_THAT(notes, ElementsAre("made", "destroy 1 of 1", "released"));
+    EXPECT_TRUE(scanner.optWriteHistory());
+    SetThreatCleaners({});
 }
 
 TEST_F(SingleThreat, AFailureAnswersTrueAndKeepsTheFilter) {
