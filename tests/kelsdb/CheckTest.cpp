@@ -327,6 +327,18 @@ TEST_F(Check, AResuscitatorMatchesSomething) {
     ExpectError("kelRes.sdb: row 1: error: ResDeleteFile is null");
     write(MD5 + "01234567", true);
     ExpectWarning("kelRes.sdb: row 1: warning: ResExeMD5 is cut");
+    write(MD5.substr(0, 31) + "A", true);
+    ExpectError("kelRes.sdb: row 1: error: ResExeMD5 \"");
+    const auto named = [&](const Value& name, const Value& internal) {
+        Save(KindOf(Table::Resuscitators).file, Fields(Table::Resuscitators),
+             {{9008, name, none, true, true, internal}});
+    };
+    named(none, std::string("Helper"));
+    ExpectError("kelRes.sdb: row 1: error: ResInternalName \"Helper\"");
+    named(none, std::string("helper"));
+    ExpectGood();
+    named(std::string("Helper.exe"), std::string("Helper"));
+    ExpectGood();
 }
 
 }  // namespace

@@ -1,5 +1,11 @@
 #include "PlatformTest.h"
 
+#ifdef _WIN32
+#include <windows.h>
+
+#include "child/CarriedPrograms.h"
+#endif
+
 namespace kel::test {
 namespace {
 
@@ -41,6 +47,32 @@ TEST_F(Shell, MissingPathIsAnError) {
     EXPECT_NE(Delete("missing"), 0);
     EXPECT_NE(Delete("missing\\a.txt"), 0);
 }
+
+#ifndef _WIN32
+
+TEST_F(Shell, OfAMachineThatDoesNotRunStartsNothing) {
+    Write("a.exe", "x");
+    EXPECT_EQ(Machine().shell->Execute("open", Path("a.exe"), "-1", 0), SysError::NotSupported);
+}
+
+#else
+
+TEST_F(Shell, StartsAProgramWithItsArgumentsAndDoesNotWait) {
+    // The child writes its only argument into a file.
+    Write("child.exe", ChildProgram());
+    ASSERT_EQ(Machine().shell->Execute("open", Path("child.exe"), "-17", 0), SysError::Success);
+    for (int tries = 0; tries < 200 && Files().Length(Path("child.exe.txt")).ValueOr(0) == 0; ++tries) {
+        ::Sleep(50);
+    }
+    EXPECT_EQ(Read("child.exe.txt"), "-17");
+}
+
+TEST_F(Shell, AProgramThatCantBeStartedIsItsErrorNumber) {
+    EXPECT_EQ(Machine().shell->Execute("open", Path("missing.exe"), "", 0), SysError::FileNotFound);
+    EXPECT_EQ(Machine().shell->Execute("open", Path("missing\\a.exe"), "", 0), SysError::PathNotFound);
+}
+
+#endif
 
 struct FolderRow {
     int identifier;

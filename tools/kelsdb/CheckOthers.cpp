@@ -1,4 +1,5 @@
 // The two tables that may be missing: extensions and resuscitators.
+#include <algorithm>
 #include <cstddef>
 #include <string>
 #include <string_view>
@@ -20,6 +21,10 @@ constexpr std::size_t ResColumns = 6;
 
 constexpr std::size_t MD5Length = 32;
 
+bool HasCapitals(std::string_view text) {
+    return std::any_of(text.begin(), text.end(), [](char c) { return c >= 'A' && c <= 'Z'; });
+}
+
 void CheckResuscitator(CheckedTable& table) {
     table.RequireBoolean(ResDeleteFile);
     table.RequireBoolean(ResDeleteRegKey);
@@ -31,8 +36,14 @@ void CheckResuscitator(CheckedTable& table) {
     }
     if (!md5.empty() && !ParseDigest(Left(md5, MD5Length))) {
         table.Error("ResExeMD5 \"" + md5 + "\" does not begin with an MD5 of 32 hexadecimal digits: no program has it");
+    } else if (HasCapitals(Left(md5, MD5Length))) {
+        table.Error("ResExeMD5 \"" + md5 + "\" has capital letters: hashes of running programs have none");
     } else if (md5.size() > MD5Length) {
         table.Warning("ResExeMD5 is cut to its first 32 characters");
+    }
+    // Names are compared in lower case; of the three texts the first that is there is looked at.
+    if (name.empty() && md5.empty() && HasCapitals(internal)) {
+        table.Error("ResInternalName \"" + internal + "\" has capital letters: it matches no program");
     }
 }
 

@@ -100,8 +100,12 @@ void ScanRun::MakeTables(const Tables& tables) const {
     Create("regkeys", Data() / "KelThreatRegKey.sdb",
            "ThreatID,RegHive,RegKey,RegValueName,RegValueData,OptionalScan\n" + tables.regkeys);
     Create("extensions", Data() / "KelFileExtensions.sdb", "Extension\n" + tables.extensions);
+    MakeResuscitators("");
+}
+
+void ScanRun::MakeResuscitators(const std::string& rows) const {
     Create("resuscitators", Data() / "kelRes.sdb",
-           "ThreatID,ResExeName,ResExeMD5,ResDeleteFile,ResDeleteRegKey,ResInternalName\n");
+           "ThreatID,ResExeName,ResExeMD5,ResDeleteFile,ResDeleteRegKey,ResInternalName\n" + rows);
 }
 
 void ScanRun::MakeTables() const {

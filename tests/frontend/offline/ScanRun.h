@@ -46,6 +46,9 @@ protected:
     void MakeTables(const Tables& tables) const;
     /// One threat, 9001, for files with the bytes Bad(), and another, 9002, for `c:\small\bad.exe`, whatever it holds.
     void MakeTables() const;
+    /// The table of programs that start each other again, which is empty otherwise.
+    /// @param rows ThreatID,ResExeName,ResExeMD5,ResDeleteFile,ResDeleteRegKey,ResInternalName
+    void MakeResuscitators(const std::string& rows) const;
     /// Long enough to be known by its hash.
     [[nodiscard]] static std::string Bad();
     [[nodiscard]] static std::string HashOf(std::string_view bytes);
