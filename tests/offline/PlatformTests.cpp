@@ -109,6 +109,9 @@ TEST_F(Platforms, AMachineThatDoesNotRunHasNoProcessesAndNoTokens) {
     EXPECT_FALSE(view.can.processes);
     EXPECT_FALSE(view.can.services);
     EXPECT_FALSE(view.can.components);
+    EXPECT_FALSE(view.can.network);
+    EXPECT_EQ(view.internet->Download("http://host/", "C:\\file"), SysError::NotSupported);
+    EXPECT_EQ(view.restorePoints->Create("point", 0, 100).Error(), SysError::NotSupported);
     EXPECT_FALSE(view.can.live);
     EXPECT_TRUE(view.can.writable);
     EXPECT_TRUE(view.processes->Snapshot()->empty());

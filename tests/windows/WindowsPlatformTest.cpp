@@ -33,6 +33,7 @@ TEST_F(WindowsPlatform, CanDoEverything) {
     EXPECT_TRUE(view_.can.processes);
     EXPECT_TRUE(view_.can.services);
     EXPECT_TRUE(view_.can.components);
+    EXPECT_TRUE(view_.can.network);
     EXPECT_TRUE(view_.can.registry);
     EXPECT_TRUE(view_.can.writable);
     EXPECT_TRUE(view_.can.live);
