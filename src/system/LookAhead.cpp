@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <iterator>
 #include <utility>
 
 #include "core/EngineState.h"
@@ -18,6 +19,8 @@ constexpr std::size_t Megabyte = std::size_t{1} << 20;
 constexpr std::size_t MostBytesALane = std::size_t{128} << 10;
 // Items that are remembered, hashed or not: some hundred bytes each.
 constexpr std::size_t MostItems = 2048;
+// Files that are looked at in one go, so that an answer never waits for many that have no hash.
+constexpr unsigned MostFetched = 128;
 
 // From a slow medium the next files are asked for early. Two measures tell it: a file from memory takes some
 // microseconds and a fraction of a nanosecond a byte, and a slow medium many times that.
@@ -110,10 +113,10 @@ std::optional<Md5Digest> LookAhead::Digest(std::string_view path, const platform
 LookAhead::Item* LookAhead::Find(std::string_view path) {
     // The first item stays until another one is asked for: a file that is found is asked for twice.
     const auto is = [path](const Item& item) { return item.path == path; };
-    if (items_.empty() || (items_.size() == 1 && !is(items_.front()))) {
-        Fetch();
+    auto found = std::find_if(items_.begin(), items_.end(), is);
+    for (unsigned fetched = 0; found == items_.end() && fetched < MostFetched && Fetch(); ++fetched) {
+        found = items_.empty() || !is(items_.back()) ? items_.end() : std::prev(items_.end());
     }
-    const auto found = std::find_if(items_.begin(), items_.end(), is);
     if (found == items_.end()) {
         return nullptr;
     }
@@ -122,17 +125,20 @@ LookAhead::Item* LookAhead::Find(std::string_view path) {
     return &items_.front();
 }
 
-// Takes one more item on. False when there is none, or no room for it.
+// Looks at one more file, and takes it on unless nobody will ask for its hash. False when there is none, or no room.
 bool LookAhead::Fetch() {
     AheadItem next;
     if (atEnd_ || items_.size() >= MostItems || !source_->Next(next)) {
         atEnd_ = atEnd_ || items_.size() < MostItems;
         return false;
     }
+    auto file = next.folder ? next.folder->Open(next.name) : nullptr;
+    if (file && !modMD5::IsHashed(file->Stamp().size)) {
+        return true;
+    }
     Item& item = items_.emplace_back();
     item.path = std::move(next.path);
-    auto file = next.folder ? next.folder->Open(next.name) : nullptr;
-    if (file && modMD5::IsHashed(file->Stamp().size)) {
+    if (file) {
         item.stamp = file->Stamp();
         item.state = State::Waiting;
         if (coldFor_ > 0) {
@@ -144,8 +150,9 @@ bool LookAhead::Fetch() {
 }
 
 void LookAhead::Refill() {
-    while (hasher_->HasRoom()) {
-        while (opened_.size() < (coldFor_ > 0 ? OpenedWhenCold : OpenedWhenWarm) && Fetch()) {
+    for (unsigned fetched = 0; hasher_->HasRoom();) {
+        while (opened_.size() < (coldFor_ > 0 ? OpenedWhenCold : OpenedWhenWarm) && fetched < MostFetched && Fetch()) {
+            ++fetched;
         }
         if (opened_.empty()) {
             return;

@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "EnvironmentVariable.h"
+#include "support/EnvironmentVariable.h"
 #ifdef KEL_WITH_OPENSSL
 #include <openssl/evp.h>
 #endif

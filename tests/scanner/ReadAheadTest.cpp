@@ -1,0 +1,338 @@
+// What is read ahead changes nothing that a scan says, counts, records or logs.
+#include <gmock/gmock.h>
+
+#include <chrono>
+#include <functional>
+#include <optional>
+#include <random>
+
+#include "decorators/ForwardingFiles.h"
+#include "support/EnvironmentVariable.h"
+#include "support/ScanTest.h"
+#include "system/LookAhead.h"
+#include "system/clsFolderPaths.h"
+#include "system/modMD5.h"
+
+namespace kel::test {
+namespace {
+
+using ::testing::Contains;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using ::testing::Not;
+using ::testing::SizeIs;
+
+// Keeps count of the files that are opened, ahead and otherwise.
+class CountedFiles : public decorators::ForwardingFiles {
+public:
+    using ForwardingFiles::ForwardingFiles;
+    std::vector<std::string> ahead;   ///< names, in the order in which they were opened
+    std::vector<std::string> opened;  ///< paths
+    std::size_t bytesAhead = 0;
+
+    platform::Result<platform::FileStamp> Stamp(std::string_view path) override { return Inner().Stamp(path); }
+    std::unique_ptr<platform::FolderAhead> Ahead(std::string_view folder) override {
+        auto inner = Inner().Ahead(folder);
+        return inner ? std::make_unique<Folder>(std::move(inner), *this) : nullptr;
+    }
+    platform::Result<std::unique_ptr<platform::OpenFile>> Open(std::string_view path,
+                                                               platform::OpenMode mode) override {
+        opened.emplace_back(path);
+        return Inner().Open(path, mode);
+    }
+
+private:
+    class File : public platform::AheadFile {
+    public:
+        File(std::unique_ptr<platform::AheadFile> inner, CountedFiles& all) : inner_(std::move(inner)), all_(all) {
+            stamp_ = inner_->Stamp();
+        }
+        std::size_t Read(std::span<std::byte> into) override {
+            const std::size_t got = inner_->Read(into);
+            all_.bytesAhead += got;
+            return got;
+        }
+        void WillBeRead() override { inner_->WillBeRead(); }
+
+    private:
+        std::unique_ptr<platform::AheadFile> inner_;
+        CountedFiles& all_;
+    };
+    class Folder : public platform::FolderAhead {
+    public:
+        Folder(std::unique_ptr<platform::FolderAhead> inner, CountedFiles& all) : inner_(std::move(inner)), all_(all) {}
+        [[nodiscard]] std::size_t Count() const override { return inner_->Count(); }
+        [[nodiscard]] std::string_view Name(std::size_t index) const override { return inner_->Name(index); }
+        Kind KindOf(std::size_t index) override { return inner_->KindOf(index); }
+        std::unique_ptr<platform::AheadFile> Open(std::string_view name) override {
+            all_.ahead.emplace_back(name);
+            auto file = inner_->Open(name);
+            return file ? std::make_unique<File>(std::move(file), all_) : nullptr;
+        }
+
+    private:
+        std::unique_ptr<platform::FolderAhead> inner_;
+        CountedFiles& all_;
+    };
+};
+
+// All that a scan leaves.
+struct Traces {
+    std::vector<HeardStart> started;
+    std::vector<HeardThreat> found;
+    std::string records;
+    std::string log;
+    std::int32_t files = 0;
+    int polls = 0;
+    friend bool operator==(const Traces&, const Traces&) = default;
+};
+void PrintTo(const Traces& traces, std::ostream* stream) {
+    *stream << ::testing::PrintToString(traces.started) << ::testing::PrintToString(traces.found) << traces.records
+            << traces.log << traces.files << " files, " << traces.polls << " polls";
+}
+
+class ReadAhead : public ScanTest {
+protected:
+    ReadAhead() : files(*Machine().files) {
+        tables.threats = {{1, "One"}, {2, "Two"}};
+        tables.md5 = {{1, HashOf(Bytes(1000, 'a'))}, {1, HashOf(Bytes(140'000, 'b'))}, {2, HashOf(Bytes(70'000, 'c'))}};
+    }
+    void SetUp() override {
+        MakeFolder(Top());
+        tables.paths = {{2, Top() + "known.exe"}, {2, Top() + "sub\\known too.exe"}};
+        tables.folders = {{1, Top() + "badware"}};
+        platform::Platform machine = Machine();
+        machine.files = &files;
+        Install(machine);
+        Begin();
+        scanner.OptScanDepth = scandeep;
+    }
+    void TearDown() override { Install(Machine()); }
+
+    std::string Top() const { return Folder() + "ahead\\"; }
+    void File(const std::string& name, std::string_view bytes) {
+        const std::string path = Top() + name;
+        MakeFolder(path.substr(0, path.rfind('\\')));
+        WriteFile(path, bytes);
+    }
+    // More files than any kernel has lanes, of all kinds of sizes, some of them threats.
+    void FillFolders() {
+        std::mt19937 random(1);
+        for (int number = 0; number < 120; ++number) {
+            const std::size_t size = number % 7 == 0 ? random() % 1200 : random() % 9000;
+            File((number % 3 == 0   ? ""
+                  : number % 3 == 1 ? "sub\\"
+                                    : "sub\\deeper\\") +
+                     std::to_string(number) + ".bin",
+                 Bytes(size, static_cast<char>('d' + number % 20)));
+        }
+        File("bad.bin", Bytes(1000, 'a'));
+        File("sub\\bad.bin", Bytes(140'000, 'b'));
+        File("sub\\deeper\\BAD too.bin", Bytes(70'000, 'c'));
+        File("known.exe", "small");
+        File("sub\\known too.exe", Bytes(1001, 'q'));
+        File("Quarantine\\bad.bin", Bytes(1000, 'a'));
+        File(".hidden\\bad.bin", Bytes(1000, 'a'));
+        File("empty.bin", "");
+        // What was written just now is not trusted to stay; a scan rarely comes so soon.
+        Settle();
+    }
+    static void Settle() {
+        const auto until = std::chrono::steady_clock::now() + std::chrono::milliseconds(60);
+        while (std::chrono::steady_clock::now() < until) {
+        }
+    }
+    void WalkTop() {
+        scanner.AddScanDriveAndPath(Top());
+        scanner.ScanDriveOrFolder();
+    }
+    // What a run with the limit leaves, in megabytes or null for the default.
+    Traces Run(const char* limit, const std::function<void()>& run, const char* kernel = nullptr) {
+        const EnvironmentVariable megabytes("KEL_READ_AHEAD", limit);
+        const EnvironmentVariable forced("KEL_MD5", kernel);
+        const std::size_t before = Reported().size();
+        started.clear();
+        found.clear();
+        polls = 0;
+        files.ahead.clear();
+        files.opened.clear();
+        files.bytesAhead = 0;
+        scanner.ResetScan();
+        ScanAbortFlag() = false;
+        const auto scan = BareScan();
+        scan->FolderPaths = std::make_shared<clsFolderPaths>();
+        run();
+        std::string log;
+        for (std::size_t at = before; at < Reported().size(); ++at) {
+            const FailureRecord& line = Reported()[at];
+            log += line.module + "." + line.procedure + " " + line.number + " " + line.description + "\n";
+        }
+        return {started, found, scan->ScanResultsFull(), log, scan->ScannedFileCount, polls};
+    }
+
+    CountedFiles files;
+};
+
+bool ReadsAhead() {
+#ifdef _WIN32
+    return false;
+#else
+    return true;
+#endif
+}
+
+TEST_F(ReadAhead, AWalkLeavesTheSameTracesWithAndWithoutIt) {
+    FillFolders();
+    const Traces without = Run("0", [&] { WalkTop(); });
+    EXPECT_THAT(files.ahead, IsEmpty());
+    EXPECT_THAT(without.found, SizeIs(4));
+    EXPECT_EQ(Run(nullptr, [&] { WalkTop(); }), without);
+    EXPECT_EQ(files.ahead.empty(), !ReadsAhead());
+    EXPECT_EQ(Run("1", [&] { WalkTop(); }), without);
+}
+
+TEST_F(ReadAhead, EveryKernelLeavesTheSameTraces) {
+    FillFolders();
+    const Traces without = Run("0", [&] { WalkTop(); });
+    for (const Md5Kernel& kernel : Md5Kernels()) {
+        EXPECT_EQ(Run(
+                      nullptr, [&] { WalkTop(); }, kernel.name),
+                  without)
+            << kernel.name;
+    }
+}
+
+TEST_F(ReadAhead, AFolderScanLeavesTheSameTracesWithAndWithoutIt) {
+    FillFolders();
+    MakeFolder(Top() + "badware");
+    File("badware\\inner.dll", Bytes(5000, 'x'));
+    for (const bool folders : {false, true}) {
+        const Traces without = Run("0", [&] { scanner.ScanFolder(Top(), true, folders); });
+        EXPECT_EQ(Run(nullptr, [&] { scanner.ScanFolder(Top(), true, folders); }), without) << folders;
+        EXPECT_THAT(without.found, Not(IsEmpty()));
+    }
+}
+
+TEST_F(ReadAhead, AWalkForKnownKindsOfFilesReadsNoOthers) {
+    FillFolders();
+    State().FileExtensionFilter = "*.exe";
+    const Traces without = Run("0", [&] { scanner.ScanKnownFiles(Top()); });
+    EXPECT_EQ(Run(nullptr, [&] { scanner.ScanKnownFiles(Top()); }), without);
+    for (const std::string& name : files.ahead) {
+        EXPECT_TRUE(name.ends_with(".exe")) << name;
+    }
+}
+
+TEST_F(ReadAhead, FilesThatWereHashedAreNotOpenedAgain) {
+    for (int number = 0; number < 50; ++number) {
+        File(std::to_string(number) + ".bin", Bytes(3000, static_cast<char>('e' + number % 20)));
+    }
+    Settle();
+    Run(nullptr, [&] { WalkTop(); });
+    EXPECT_THAT(files.opened, SizeIs(ReadsAhead() ? 0 : 50));
+    EXPECT_THAT(files.ahead, SizeIs(ReadsAhead() ? 50 : 0));
+    EXPECT_EQ(files.bytesAhead, ReadsAhead() ? 150'000U : 0U);
+}
+
+TEST_F(ReadAhead, FilesOutsideOfTheLimitsAreNotRead) {
+    File("small.bin", Bytes(999, 'a'));
+    File("large.bin", Bytes(5001, 'a'));
+    File("right.bin", Bytes(5000, 'a'));
+    Settle();
+    OptMaxMD5Len() = 5000;
+    Run(nullptr, [&] { WalkTop(); });
+    EXPECT_EQ(files.bytesAhead, ReadsAhead() ? 5000U : 0U);
+}
+
+TEST_F(ReadAhead, NothingIsReadAheadAtShallowDepth) {
+    FillFolders();
+    scanner.OptScanDepth = scanshallow;
+    Run(nullptr, [&] {
+        WalkTop();
+        scanner.ScanFolder(Top(), true, true);
+    });
+    EXPECT_THAT(files.ahead, IsEmpty());
+}
+
+// At the event of one file the next ones are hashed already; what changes then must count.
+TEST_F(ReadAhead, AFileThatChangesAfterItWasHashedIsHashedAgain) {
+    for (const char* name : {"1.bin", "2.bin", "3.bin", "4.bin"}) {
+        File(name, Bytes(1000, 'z'));
+    }
+    Settle();
+    const auto run = [&] {
+        WriteFile(Top() + "3.bin", Bytes(1000, 'z'));
+        Settle();
+        CurrentScan()->Callback->Subscribe({});
+        ScannerEvents events;
+        events.StartingLocation = [&](std::string_view location, enScanType, std::int32_t) {
+            if (location.ends_with("2.bin")) {
+                WriteFile(Top() + "3.bin", Bytes(1000, 'a'));  // as long as before, and a threat now
+            }
+        };
+        CurrentScan()->Callback->Subscribe(std::move(events));
+        WalkTop();
+    };
+    Run("0", run);
+    EXPECT_THAT(FilesOf(1), ElementsAre(Top() + "3.bin"));
+    Run(nullptr, run);
+    EXPECT_THAT(FilesOf(1), ElementsAre(Top() + "3.bin"));
+    EXPECT_THAT(files.opened, Contains(Top() + "3.bin"));
+}
+
+TEST_F(ReadAhead, AFileThatGoesAfterItWasHashedIsNoThreat) {
+    for (const char* name : {"1.bin", "2.bin", "3.bin"}) {
+        File(name, Bytes(1000, name[0] == '3' ? 'a' : 'z'));
+    }
+    Settle();
+    for (const char* limit : {"0", static_cast<const char*>(nullptr)}) {
+        File("3.bin", Bytes(1000, 'a'));
+        Settle();
+        Run(limit, [&] {
+            ScannerEvents events;
+            events.StartingLocation = [&](std::string_view location, enScanType, std::int32_t) {
+                if (location.ends_with("3.bin")) {
+                    Machine().files->Remove(Top() + "3.bin");
+                }
+            };
+            CurrentScan()->Callback->Subscribe(std::move(events));
+            WalkTop();
+        });
+        EXPECT_THAT(FilesOf(1), IsEmpty());
+        EXPECT_THAT(Reported(), IsEmpty());
+    }
+}
+
+TEST_F(ReadAhead, AnAbortEndsTheWalkAtTheSameFile) {
+    FillFolders();
+    for (const int poll : {1, 2, 40, 100}) {
+        abortAtPoll = poll;
+        const Traces without = Run("0", [&] { WalkTop(); });
+        EXPECT_EQ(without.files, poll);
+        EXPECT_EQ(Run(nullptr, [&] { WalkTop(); }), without);
+        abortAtPoll = 0;
+    }
+}
+
+TEST_F(ReadAhead, WithoutTheHashObjectNothingHasAHash) {
+    FillFolders();
+    State().FileHashObject = nullptr;
+    const Traces without = Run("0", [&] { WalkTop(); });
+    EXPECT_EQ(Run(nullptr, [&] { WalkTop(); }), without);
+    EXPECT_EQ(FilesOf(1), std::vector<std::string>());
+}
+
+TEST_F(ReadAhead, AListThatIsWrongCostsNothingButTime) {
+    File("1.bin", Bytes(1000, 'a'));
+    File("2.bin", Bytes(2000, 'b'));
+    Settle();
+    const LookAhead ahead(std::make_unique<ListedFiles>(
+        std::vector<std::string>{Top() + "none.bin", "relative", Top() + "1.bin", Top(), Top() + "no\\such\\folder"}));
+    EXPECT_EQ(modMD5::FileMD5(Top() + "2.bin"), HashOf(Bytes(2000, 'b')));
+    EXPECT_EQ(modMD5::FileMD5(Top() + "1.bin"), HashOf(Bytes(1000, 'a')));
+    EXPECT_EQ(modMD5::FileMD5(Top() + "1.bin"), HashOf(Bytes(1000, 'a')));
+    EXPECT_EQ(modMD5::FileMD5(Top() + "none.bin"), "");
+}
+
+}  // namespace
+}  // namespace kel::test
