@@ -32,7 +32,12 @@ protected:
         tables.regKeys.push_back({threat, User, X(), std::move(name), std::move(data), level});
     }
     bool ScanThreat(std::int32_t threat, bool clean = false) {
-        loop.call = [this] { scan = CurrentScan(); };
+        // The sweep of running threats, which yields for each process, comes before the scan is there.
+        turns = 0;
+        loop.call = [this, before = CurrentScan()] {
+            scan = CurrentScan();
+            turns += scan != before ? 1 : 0;
+        };
         platform::Platform machine = Machine();
         machine.loop = &loop;
         Install(machine);
@@ -52,6 +57,7 @@ protected:
     }
 
     CountingLoop loop;
+    int turns = 0;  ///< of the message loop during the scan
     std::shared_ptr<Scan> scan;
 };
 
@@ -67,7 +73,7 @@ TEST_F(SingleThreat, FindsTheRegistrySignaturesOfThatThreatWhateverTheirLevel) {
     ASSERT_NE(scan, nullptr);
     EXPECT_THAT(RegKeys(), ElementsAre("1: " + X() + " [Name] = , 9", "1: " + X() + " [name] = DATA, 8",
                                        "1: " + X() + " [] = , 0", "1: " + X() + " [Name] = Data, 0"));
-    EXPECT_EQ(loop.turns, 4) << "one for each row that asks something";
+    EXPECT_EQ(turns, 4) << "one for each row that asks something";
     EXPECT_EQ(scan->Callback, nullptr);
     EXPECT_EQ(scan->FolderPaths, nullptr);
     EXPECT_EQ(scan->ScannedRegistryCount, 0);
@@ -113,7 +119,7 @@ TEST_F(SingleThreat, AnUnknownNumberAnswersTrueAndDetectsNothing) {
     ASSERT_NE(scanner.Scan(), nullptr);
     EXPECT_NE(scanner.Scan(), before);
     EXPECT_EQ(scanner.Scan()->DetectedThreatCount(), 0);
-    EXPECT_EQ(loop.turns, 0);
+    EXPECT_EQ(turns, 0);
     EXPECT_THAT(Reported(), IsEmpty());
 }
 
@@ -207,6 +213,37 @@ TEST_F(SingleThreat, AFailureAnswersTrueAndKeepsTheFilter) {
     ASSERT_THAT(Reported(), SizeIs(1));
     EXPECT_EQ(Reported()[0].module, "Scanner");
     EXPECT_EQ(Reported()[0].procedure, "ScanThreat");
+}
+
+TEST_F(SingleThreat, ATableWithoutLevelsIsSearched) {
+    AddRow(1, "Name", {}, 9);
+    tables.withLevels = false;
+    Begin();
+    EXPECT_TRUE(ScanThreat(1));
+    EXPECT_THAT(RegKeys(), ElementsAre("1: " + X() + " [Name] = , 0"));
+    EXPECT_THAT(Reported(), IsEmpty());
+}
+
+TEST_F(SingleThreat, ATableWithoutThreatsIsAFailureAndFindsNothing) {
+    Begin();
+    const auto table = std::make_shared<Recordset>();
+    for (const char* column : {"RegHive", "RegKey", "RegValueName", "RegValueData"}) {
+        table->AppendField(column, FieldType::VarChar, 255);
+    }
+    table->Open();
+    table->AddNew();
+    table->Set("RegHive", std::string(User));
+    table->Set("RegKey", X());
+    table->Set("RegValueName", std::string("Name"));
+    table->Update();
+    State().RegKeyRecordset = table;
+    EXPECT_TRUE(ScanThreat(1));
+    EXPECT_EQ(loop.turns, 0);
+    ASSERT_NE(scanner.Scan(), nullptr);
+    EXPECT_EQ(scanner.Scan()->DetectedThreatCount(), 0);
+    ASSERT_THAT(Reported(), SizeIs(1));
+    EXPECT_EQ(Reported()[0].procedure, "ScanThreat");
+    EXPECT_EQ(Reported()[0].number, "3265");
 }
 
 TEST_F(SingleThreat, ReloadingReplacesTheTables) {
