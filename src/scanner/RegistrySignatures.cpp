@@ -62,9 +62,8 @@ void RegistrySignatures::FilterByLevel(std::int16_t highest) {
 
 void RegistrySignatures::FilterByThreat(std::int32_t threatID) {
     ClearFilter();
-    if (places_[ThreatID]) {
-        rows_->SetFilter("ThreatID=" + kel::Text(threatID));
-    }
+    // Not left out like a missing level: the rows of all threats would count as this one's.
+    rows_->SetFilter("ThreatID=" + kel::Text(threatID));
 }
 
 void RegistrySignatures::ClearFilter() {

@@ -23,7 +23,7 @@ public:
 
     /// Restricts the walk to the signatures up to a level; a table without levels is walked whole.
     void FilterByLevel(std::int16_t highest);
-    /// Restricts the walk to the signatures of one threat.
+    /// Restricts the walk to the signatures of one threat. Raises 3265 for a table without threats.
     void FilterByThreat(std::int32_t threatID);
     void ClearFilter();
 
