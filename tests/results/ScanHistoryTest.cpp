@@ -229,6 +229,21 @@ TEST_F(History, ACutFallsBetweenCharacters) {
     EXPECT_EQ(ToText(Saved("KelDetHist.sdb")->Get("Desc")), std::string(254, 'd') + accented);
 }
 
+TEST_F(History, ANameThatIsTooLongIsNotCutAndLosesTheDetectionsOfItsScan) {
+    const auto scan = MakeScan("A");
+    Detect(*scan, 7).Threat->ThreatName = std::string(60, 'n');
+    Detect(*scan, 8).Threat->ThreatName = std::string(61, 'n');
+    Detect(*scan, 9);
+    EXPECT_EQ(history.Add(scan), 0);
+    ExpectReport("FoundAt", "3001");
+    EXPECT_THAT(SavedIDs(), ElementsAre("Totals", "A"));
+    EXPECT_THAT(SavedRows("KelDetHist.sdb"), IsEmpty());
+    history.Add(MakeScan("B"));
+    EXPECT_THAT(Reported(), SizeIs(1));
+    EXPECT_THAT(SavedRows("KelDetHist.sdb"),
+                ElementsAre("A|0|7|" + std::string(60, 'n') + "|adware|2|described", "A|0|8|null|null|null|null"));
+}
+
 TEST_F(History, AddingSeesThroughTheFiltersThatClientsLeft) {
     history.Add(MakeScan("A"));
     ASSERT_NE(history.GetScanHistoryDetail("A"), nullptr);
