@@ -77,6 +77,9 @@ TEST_F(Managers, TheScannerIsKeptAndTheOthersAreMadeAnew) {
     const auto scanner = manager.Scanner();
     EXPECT_EQ(manager.Scanner(), scanner);
     EXPECT_NE(other.Scanner(), scanner);
+    const auto cleaner = manager.Cleaner();
+    EXPECT_EQ(manager.Cleaner(), cleaner);
+    EXPECT_NE(other.Cleaner(), cleaner);
     EXPECT_NE(manager.Threats(), manager.Threats());
     EXPECT_NE(manager.Quarantine(), manager.Quarantine());
     EXPECT_NE(manager.IgnoredThreats(), manager.IgnoredThreats());

@@ -238,7 +238,7 @@ TEST_F(SingleThreat, ATableWithoutThreatsIsAFailureAndFindsNothing) {
     table->Update();
     State().RegKeyRecordset = table;
     EXPECT_TRUE(ScanThreat(1));
-    EXPECT_EQ(loop.turns, 0);
+    EXPECT_EQ(turns, 0);
     ASSERT_NE(scanner.Scan(), nullptr);
     EXPECT_EQ(scanner.Scan()->DetectedThreatCount(), 0);
     ASSERT_THAT(Reported(), SizeIs(1));
