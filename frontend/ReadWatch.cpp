@@ -69,7 +69,16 @@ ReadWatch::ReadWatch(platform::Files& inner, Report unreadable)
 
 platform::Result<std::unique_ptr<platform::Find>> ReadWatch::FindFirst(std::string_view pattern,
                                                                        platform::FindData& first) {
-    auto found = Inner().FindFirst(pattern, first);
+    return Watched(Inner().FindFirst(pattern, first), pattern);
+}
+
+platform::Result<std::unique_ptr<platform::Find>> ReadWatch::FindNames(std::string_view pattern,
+                                                                       platform::FindData& first) {
+    return Watched(Inner().FindNames(pattern, first), pattern);
+}
+
+platform::Result<std::unique_ptr<platform::Find>> ReadWatch::Watched(
+    platform::Result<std::unique_ptr<platform::Find>> found, std::string_view pattern) {
     if (!found) {
         Note(Searched(pattern), found.Error());
         return found;

@@ -19,6 +19,8 @@ public:
 
     platform::Result<std::unique_ptr<platform::Find>> FindFirst(std::string_view pattern,
                                                                 platform::FindData& first) override;
+    platform::Result<std::unique_ptr<platform::Find>> FindNames(std::string_view pattern,
+                                                                platform::FindData& first) override;
     platform::Result<std::unique_ptr<platform::OpenFile>> Open(std::string_view path, platform::OpenMode mode) override;
     platform::Result<std::unique_ptr<platform::FileView>> View(std::string_view path) override;
     // What could not be read ahead is read again by the operations above, and noticed there.
@@ -26,6 +28,8 @@ public:
     std::unique_ptr<platform::FolderAhead> Ahead(std::string_view folder) override { return Inner().Ahead(folder); }
 
 private:
+    platform::Result<std::unique_ptr<platform::Find>> Watched(platform::Result<std::unique_ptr<platform::Find>> found,
+                                                              std::string_view pattern);
     void Note(std::string_view path, platform::SysError error) const;
 
     Report unreadable_;

@@ -108,7 +108,7 @@ void Scanner::FilesListSearch(std::string path, std::string_view pattern, bool r
             path += '\\';
         }
         platform::FindData entry;
-        const auto find = platform::Current().files->FindFirst(path + std::string(AllNames), entry);
+        const auto find = platform::Current().files->FindNames(path + std::string(AllNames), entry);
         if (!find) {
             return;
         }
@@ -129,7 +129,7 @@ void Scanner::GetFileInformation(const std::string& path, std::string_view patte
     Trap(Module, "GetFileInformation", [&] {
         platform::Files& files = *platform::Current().files;
         platform::FindData entry;
-        const auto find = files.FindFirst(path + std::string(AllNames), entry);
+        const auto find = files.FindNames(path + std::string(AllNames), entry);
         if (!find) {
             return;
         }

@@ -54,6 +54,9 @@ class ReadOnlyFiles : public ForwardingFiles {
 public:
     ReadOnlyFiles(platform::Files& inner, const WriteRules& rules) : ForwardingFiles(inner), rules_(rules) {}
 
+    Result<std::unique_ptr<platform::Find>> FindNames(std::string_view pattern, platform::FindData& first) override {
+        return Inner().FindNames(pattern, first);
+    }
     Result<platform::FileStamp> Stamp(std::string_view path) override { return Inner().Stamp(path); }
     std::unique_ptr<platform::FolderAhead> Ahead(std::string_view folder) override { return Inner().Ahead(folder); }
     SysError SetAttributes(std::string_view path, std::uint32_t attributes) override {

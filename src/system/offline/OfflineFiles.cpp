@@ -124,6 +124,15 @@ SysError OfflineFiles::SetAttributes(std::string_view path, std::uint32_t attrib
 }
 
 Result<std::unique_ptr<platform::Find>> OfflineFiles::FindFirst(std::string_view pattern, FindData& first) {
+    return Enumerate(pattern, first, FindDetail::All);
+}
+
+Result<std::unique_ptr<platform::Find>> OfflineFiles::FindNames(std::string_view pattern, FindData& first) {
+    return Enumerate(pattern, first, FindDetail::Names);
+}
+
+Result<std::unique_ptr<platform::Find>> OfflineFiles::Enumerate(std::string_view pattern, FindData& first,
+                                                                FindDetail detail) {
     auto place = resolver_.Locate(pattern, true);
     if (!place) {
         return place.Error();
@@ -148,7 +157,7 @@ Result<std::unique_ptr<platform::Find>> OfflineFiles::FindFirst(std::string_view
         return std::unique_ptr<platform::Find>(std::make_unique<SingleFind>());
     }
     const bool root = place->path.parts.size() == 1;
-    auto find = std::make_unique<PatternFind>(place->folder, *listing, FindPattern(place->name), root);
+    auto find = std::make_unique<PatternFind>(place->folder, *listing, FindPattern(place->name), root, detail);
     if (find->Next(first) != SysError::Success) {
         return SysError::FileNotFound;
     }

@@ -6,6 +6,7 @@
 #include <string>
 #include <string_view>
 
+#include "offline/OfflineFilesFind.h"
 #include "offline/PathResolver.h"
 #include "platform/Files.h"
 
@@ -27,6 +28,8 @@ public:
     platform::SysError SetAttributes(std::string_view path, std::uint32_t attributes) override;
     platform::Result<std::unique_ptr<platform::Find>> FindFirst(std::string_view pattern,
                                                                 platform::FindData& first) override;
+    platform::Result<std::unique_ptr<platform::Find>> FindNames(std::string_view pattern,
+                                                                platform::FindData& first) override;
     platform::SysError Remove(std::string_view path) override;
     platform::SysError Rename(std::string_view from, std::string_view to) override;
     platform::SysError MakeFolder(std::string_view path) override;
@@ -45,6 +48,8 @@ public:
     platform::SysError SetCurrentFolder(std::string_view path) override;
 
 private:
+    platform::Result<std::unique_ptr<platform::Find>> Enumerate(std::string_view pattern, platform::FindData& first,
+                                                                FindDetail detail);
     /// The place of something that is there, else FileNotFound; InvalidName for a file with a trailing backslash.
     platform::Result<Place> Existing(std::string_view path);
     platform::Result<platform::FindData> Data(const Place& place);

@@ -1,5 +1,9 @@
 #include "offline/OfflineFilesFind.h"
 
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+
 #include <utility>
 
 #include "offline/OfflineFilesAttributes.h"
@@ -35,10 +39,11 @@ Result<FindData> DescribeEntry(Folder& folder, Listing& listing, std::size_t ind
 }
 
 PatternFind::PatternFind(std::shared_ptr<Folder> folder, std::shared_ptr<Listing> listing, FindPattern pattern,
-                         bool root)
+                         bool root, FindDetail detail)
     : folder_(std::move(folder)),
       listing_(std::move(listing)),
       pattern_(std::move(pattern)),
+      detail_(detail),
       dots_(root || !pattern_.MatchesDots() ? 2 : 0) {
 }
 
@@ -53,6 +58,25 @@ bool PatternFind::Matches(std::size_t index) {
     }
     const std::string& shortName = listing_->ShortName(index);
     return !shortName.empty() && pattern_.Matches(shortName);
+}
+
+bool PatternFind::DescribeByListing(std::size_t index, FindData& entry) {
+    const unsigned char kind = listing_->Kind(index);
+    if (folder_->OfDrive().ntfs || (kind != DT_REG && kind != DT_DIR)) {
+        return false;
+    }
+    // What went away in between is left out, as with all details.
+    const std::string_view name = listing_->Name(index);
+    const auto host = HostName(name);
+    struct stat status {};
+    if (!host || fstatat(folder_->Fd(), host->c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0 ||
+        IFTODT(status.st_mode) != kind) {
+        return false;
+    }
+    entry.attributes = kind == DT_DIR ? platform::AttributeDirectory : platform::AttributeArchive;
+    entry.name = name;
+    entry.alternateName = listing_->ShortName(index);
+    return true;
 }
 
 SysError PatternFind::Next(FindData& entry) {
@@ -70,6 +94,9 @@ SysError PatternFind::Next(FindData& entry) {
         const std::size_t index = next_++;
         if (!Matches(index)) {
             continue;
+        }
+        if (detail_ == FindDetail::Names && DescribeByListing(index, entry)) {
+            return SysError::Success;
         }
         if (auto data = DescribeEntry(*folder_, *listing_, index)) {
             entry = *std::move(data);

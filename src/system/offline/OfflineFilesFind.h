@@ -10,6 +10,9 @@
 
 namespace kel::offline {
 
+/// How much of its entries an enumeration looks up.
+enum class FindDetail { All, Names };
+
 /// One entry as an enumeration shows it, with its names.
 [[nodiscard]] platform::Result<platform::FindData> DescribeEntry(Folder& folder, Listing& listing, std::size_t index);
 
@@ -18,15 +21,19 @@ namespace kel::offline {
 class PatternFind : public platform::Find {
 public:
     /// @param root the folder is a drive's root and shows no `.` and `..`
-    PatternFind(std::shared_ptr<Folder> folder, std::shared_ptr<Listing> listing, FindPattern pattern, bool root);
+    PatternFind(std::shared_ptr<Folder> folder, std::shared_ptr<Listing> listing, FindPattern pattern, bool root,
+                FindDetail detail);
     platform::SysError Next(platform::FindData& entry) override;
 
 private:
     [[nodiscard]] bool Matches(std::size_t index);
+    /// Names and directory bit by the host's listing, where that is enough; false where it is not.
+    bool DescribeByListing(std::size_t index, platform::FindData& entry);
 
     std::shared_ptr<Folder> folder_;
     std::shared_ptr<Listing> listing_;
     FindPattern pattern_;
+    FindDetail detail_;
     std::size_t dots_;  // how many of `.` and `..` were given
     std::size_t next_ = 0;
 };

@@ -153,6 +153,12 @@ public:
     /// SysError::FileNotFound when nothing matches, PathNotFound when the folder is not there.
     virtual Result<std::unique_ptr<Find>> FindFirst(std::string_view pattern, FindData& first) = 0;
 
+    /// FindFirst for a caller that looks at the names and the directory bit alone: of the rest of `first` and of what
+    /// follows nothing is sure. Where that is cheaper than the whole.
+    virtual Result<std::unique_ptr<Find>> FindNames(std::string_view pattern, FindData& first) {
+        return FindFirst(pattern, first);
+    }
+
     /// DeleteFileA. AccessDenied for a folder, a read-only file, a running program; SharingViolation when in use.
     virtual SysError Remove(std::string_view path) = 0;
     /// MoveFileA: files and, on one drive, folders. AlreadyExists when the destination is there.
