@@ -80,7 +80,10 @@ std::int32_t OwnProcess() {
 }
 
 std::string Meaningful(std::string hash) {
-    return hash == InvalidFile ? std::string() : hash;
+    if (hash == InvalidFile) {
+        hash.clear();
+    }
+    return hash;
 }
 
 std::string HashOf(std::string_view path) {
