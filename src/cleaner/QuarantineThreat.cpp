@@ -1,6 +1,8 @@
 // The fixed order of work for one threat.
+#include <iterator>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "catalogue/Threats.h"
 #include "catalogue/clsThreat.h"
@@ -205,20 +207,19 @@ void Cleaner::Work::Store() const noexcept {
     for (const quarantine::Table* table : quarantine::Tables) {
         ResumeNext([&] { platform::Current().files->Remove(quarantine::PathOf(*table)); });
     }
-    bool recorded = true;
+    std::vector<const quarantine::Table*> saved;
     for (const quarantine::Table* table : quarantine::Tables) {
-        const bool saved = ResumeNext([&] { quarantine::Opened(*table).Save(quarantine::PathOf(*table)); });
-        recorded = recorded && saved;
+        if (ResumeNext([&] { quarantine::Opened(*table).Save(quarantine::PathOf(*table)); })) {
+            saved.push_back(table);
+        }
     }
-    CommitRecorded(threatID, recorded);
-    for (const quarantine::Table* table : quarantine::Tables) {
+    CommitRecorded(threatID, saved.size() == std::size(quarantine::Tables));
+    // A table that could not be written stays in memory for the next attempt.
+    for (const quarantine::Table* table : saved) {
         ResumeNext([&] {
-            // A table that could not be written stays in memory for the next attempt.
-            if (modFiles::FileExists(quarantine::PathOf(*table))) {
-                Recordset& recordset = quarantine::Opened(*table);
-                recordset.Close();
-                recordset.Open(quarantine::PathOf(*table));
-            }
+            Recordset& recordset = quarantine::Opened(*table);
+            recordset.Close();
+            recordset.Open(quarantine::PathOf(*table));
         });
     }
 }
