@@ -19,6 +19,11 @@ constexpr const char* Footer =
     "Exit codes: 0 nothing found, 1 threats found, 2 the scan could not be completed, 64 usage, 66 no such machine or "
     "data";
 
+// The engine's rule at the start of every scan; whoever scans a running machine has to know it beforehand.
+constexpr const char* WhatScansEnd =
+    "On a running machine every scan ends the programs that the table kelRes.sdb names as starting threats again, and "
+    "removes their files and run values where the table says so. An empty table is none.\n";
+
 void Parse(CLI::App& app, std::vector<std::string> arguments) {
     std::reverse(arguments.begin(), arguments.end());  // as the library wants them
     try {
@@ -42,7 +47,7 @@ int Run(std::vector<std::string> arguments, const Streams& streams) {
 
     ScanOptions scan;
     CLI::App* scanCommand = app.add_subcommand("scan", "Scan a machine and report the threats on it");
-    scanCommand->footer(Footer);
+    scanCommand->footer(std::string(WhatScansEnd) + Footer);
     AddOptions<SessionOptions>(*scanCommand, SessionOptionTable(), scan);
     AddOptions<ScanOptions>(*scanCommand, ScanOptionTable(), scan);
     const RecordCommands records(app);

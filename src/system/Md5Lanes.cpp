@@ -26,11 +26,9 @@ std::size_t CountRunning() {
     std::size_t running = 1;
 #if defined(__x86_64__) || defined(__i386__)
     __builtin_cpu_init();
-    const bool has[] = {true, __builtin_cpu_supports("sse2") != 0, __builtin_cpu_supports("avx2") != 0,
-                        __builtin_cpu_supports("avx512f") != 0};
-    while (running < AllKernels.size() && has[running]) {
-        ++running;
-    }
+    running += __builtin_cpu_supports("sse2") != 0 ? 1U : 0U;
+    running += running == 2 && __builtin_cpu_supports("avx2") != 0 ? 1U : 0U;
+    running += running == 3 && __builtin_cpu_supports("avx512f") != 0 ? 1U : 0U;
 #endif
     return running;
 }

@@ -73,6 +73,7 @@ TEST_F(CommandLine, HelpOfTheScanShowsEveryRowOfTheTable) {
     shown(SessionOptionTable());
     shown(ScanOptionTable());
     EXPECT_THAT(help, HasSubstr("Exit codes: 0 nothing found"));
+    EXPECT_THAT(help, HasSubstr("every scan ends the programs that the table kelRes.sdb names"));
 }
 
 TEST_F(CommandLine, HelpWinsOverWhatIsMissing) {

@@ -2,29 +2,38 @@
 
 #include <array>
 #include <cerrno>
+#include <cstdint>
 #include <utility>
 
 namespace kel::offline {
 
 namespace {
 
-const iconv_t None = reinterpret_cast<iconv_t>(-1);
+// What iconv_open answers for a code page that it does not know.
+bool IsNone(iconv_t converter) {
+    return reinterpret_cast<std::intptr_t>(converter) == -1;
+}
+
+iconv_t Open(const std::string& name) {
+    iconv_t converter = ::iconv_open("UTF-8", name.c_str());
+    return IsNone(converter) ? nullptr : converter;
+}
 
 }  // namespace
 
-AnsiCodePage::AnsiCodePage(const std::string& number) : converter_(::iconv_open("UTF-8", ("CP" + number).c_str())) {
-    if (converter_ == None) {
-        converter_ = ::iconv_open("UTF-8", "CP1252");
+AnsiCodePage::AnsiCodePage(const std::string& number) : converter_(Open("CP" + number)) {
+    if (converter_ == nullptr) {
+        converter_ = Open("CP1252");
     }
 }
 
 AnsiCodePage::~AnsiCodePage() {
-    if (converter_ != None) {
+    if (converter_ != nullptr) {
         ::iconv_close(converter_);
     }
 }
 
-AnsiCodePage::AnsiCodePage(AnsiCodePage&& other) noexcept : converter_(std::exchange(other.converter_, None)) {
+AnsiCodePage::AnsiCodePage(AnsiCodePage&& other) noexcept : converter_(std::exchange(other.converter_, nullptr)) {
 }
 
 AnsiCodePage& AnsiCodePage::operator=(AnsiCodePage&& other) noexcept {
@@ -41,8 +50,8 @@ std::string AnsiCodePage::ToUtf8(std::string_view bytes) const {
     while (left > 0) {
         char* out = room.data();
         std::size_t space = room.size();
-        const bool known =
-            converter_ != None && (::iconv(converter_, &in, &left, &out, &space) != std::size_t(-1) || errno == E2BIG);
+        const bool known = converter_ != nullptr &&
+                           (::iconv(converter_, &in, &left, &out, &space) != std::size_t(-1) || errno == E2BIG);
         text.append(room.data(), room.size() - space);
         if (known) {
             continue;
