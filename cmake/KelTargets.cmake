@@ -58,7 +58,8 @@ function(kel_program name dir)
   target_link_libraries(${name} PRIVATE ${ARGN} kel_options)
 endfunction()
 
-# kel_test(NAME DIR DEPENDS...): all .cpp files of DIR as one test program; each of its tests is a ctest test.
+# kel_test(NAME DIR DEPENDS...): all .cpp files of DIR as one test program; each of its tests is a ctest test. Tests that
+# match KEL_LONE_TESTS, a gtest filter, are never run beside each other: they act on what runs on the whole machine.
 function(kel_test name dir)
   file(GLOB sources CONFIGURE_DEPENDS ${dir}/*.cpp)
   if(NOT sources)
@@ -70,10 +71,12 @@ function(kel_test name dir)
     return()
   endif()
   # Parameterized tests are named by index: some printed values hold addresses, which change with every run.
-  gtest_discover_tests(
-    ${name} NO_PRETTY_VALUES
-    DISCOVERY_MODE PRE_TEST
-    DISCOVERY_TIMEOUT 120
-    TEST_PREFIX "${name}."
-    PROPERTIES TIMEOUT 300)
+  set(discovery NO_PRETTY_VALUES DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 120 TEST_PREFIX "${name}.")
+  if(NOT KEL_LONE_TESTS)
+    gtest_discover_tests(${name} ${discovery} PROPERTIES TIMEOUT 300)
+    return()
+  endif()
+  gtest_discover_tests(${name} ${discovery} TEST_FILTER "-${KEL_LONE_TESTS}" PROPERTIES TIMEOUT 300)
+  gtest_discover_tests(${name} ${discovery} TEST_FILTER "${KEL_LONE_TESTS}" TEST_LIST ${name}_lone
+                       PROPERTIES TIMEOUT 300 RESOURCE_LOCK running_programs)
 endfunction()
