@@ -66,12 +66,12 @@ f.onload = () => {
     width: root.clientWidth, wide: root.scrollWidth,
     headings: [...page.querySelectorAll('h1,h2,h3')].map(h => h.localName).join(' '),
     banner: f.contentWindow.getComputedStyle(page.querySelector('header')).backgroundColor,
-  })))) + 'END';
+  })))) + '.END';
 };
 </script>)");
         const std::string dump = Dump((Root() / "frame.html").string());
         const std::size_t begin = dump.find("BEGIN");
-        const std::size_t end = dump.find("END", begin);
+        const std::size_t end = dump.find(".END", begin);  // no letter of what is between is a dot
         // The script itself has both words too, but not before the text that it makes.
         if (begin == std::string::npos || end == std::string::npos) {
             ADD_FAILURE() << dump;
