@@ -6,6 +6,7 @@
 #include "core/Text.h"
 #include "core/Value.h"
 #include "decorators/ForwardingFiles.h"
+#include "platform/Platform.h"
 #include "rules/BrowserAddresses.h"
 #include "rules/modCleanerHelper.h"
 #include "support/EngineTest.h"
@@ -42,6 +43,11 @@ TEST_F(LineRemoval, TakesBlankAndVeryShortLinesToo) {
 
 TEST_F(LineRemoval, KnowsEveryLineEnd) {
     EXPECT_EQ(After("bad", "one\nbad\rtwo\r\n"), "one\r\ntwo\r\n");
+}
+
+TEST_F(LineRemoval, KnowsALineByLettersOfTheCodePage) {
+    const std::string text = platform::Current().text->FromUtf8("caf\xC3\xA9.exe");
+    EXPECT_EQ(After(text, "run=CAF\xC9.EXE\r\nrun=th\xE9.exe\r\n"), "run=th\xE9.exe\r\n");
 }
 
 TEST_F(LineRemoval, LeavesAnEmptyFileWhenEveryLineGoes) {

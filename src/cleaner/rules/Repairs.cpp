@@ -7,6 +7,7 @@
 #include "core/Failures.h"
 #include "core/Text.h"
 #include "core/Value.h"
+#include "platform/Platform.h"
 #include "rules/BrowserAddresses.h"
 #include "rules/WholeFile.h"
 #include "rules/modCleanerHelper.h"
@@ -29,7 +30,8 @@ std::string LinesWithout(std::string_view lines, std::string_view text) {
     while (!lines.empty()) {
         const std::size_t end = std::min(lines.find_first_of("\r\n"), lines.size());
         const std::string_view line = Trim(lines.substr(0, end));
-        if (line.size() >= ShortestLine && !ContainsText(line, text)) {
+        // The file's bytes are ANSI, whatever the texts of this machine are.
+        if (line.size() >= ShortestLine && !ContainsText(platform::Current().text->FromAnsi(line), text)) {
             kept.append(line).append("\r\n");
         }
         lines.remove_prefix(std::min(end + 1, lines.size()));
