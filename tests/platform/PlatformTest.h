@@ -13,6 +13,11 @@
 #include "platform/Platform.h"
 #include "support/ScratchMachine.h"
 
+#ifdef KEL_DRY_RUN
+#include "decorators/DryRunPlatform.h"
+#include "decorators/ReadOnlyPlatform.h"
+#endif
+
 namespace kel::platform {
 
 /// How a failed test shows an error number.
@@ -30,8 +35,22 @@ namespace kel::test {
 class PlatformTest : public ::testing::Test {
 protected:
     [[nodiscard]] const platform::Platform& Machine() const { return view_; }
-    [[nodiscard]] platform::Files& Files() const { return *view_.files; }
-    [[nodiscard]] platform::Registry& Registry() const { return *view_.registry; }
+    /// The machine itself, also where Machine() is a dry run over it: for what must be there for other programs.
+    [[nodiscard]] platform::Platform Real() const { return machine_.View(); }
+    /// Whether Machine() is a dry run. Each test that asks says what can't be the same there.
+    [[nodiscard]] static constexpr bool DryRun() {
+#ifdef KEL_DRY_RUN
+        return true;
+#else
+        return false;
+#endif
+    }
+    [[nodiscard]] platform::Files& Files() const {
+        return *view_.files;
+    }
+    [[nodiscard]] platform::Registry& Registry() const {
+        return *view_.registry;
+    }
 
     /// Windows 95, 98 and ME.
     [[nodiscard]] bool OnWindows9x() const {
@@ -40,10 +59,18 @@ protected:
     }
 
     /// A path in the test's own, at first empty folder.
-    [[nodiscard]] std::string Path(std::string_view name) const { return machine_.Folder() + std::string(name); }
-    void Write(std::string_view name, std::string_view bytes) { WriteFile(view_, Path(name), bytes); }
-    [[nodiscard]] std::string Read(std::string_view name) { return ReadFile(view_, Path(name)); }
-    void Folder(std::string_view name) { MakeFolder(view_, Path(name)); }
+    [[nodiscard]] std::string Path(std::string_view name) const {
+        return machine_.Folder() + std::string(name);
+    }
+    void Write(std::string_view name, std::string_view bytes) {
+        WriteFile(view_, Path(name), bytes);
+    }
+    [[nodiscard]] std::string Read(std::string_view name) {
+        return ReadFile(view_, Path(name));
+    }
+    void Folder(std::string_view name) {
+        MakeFolder(view_, Path(name));
+    }
 
     /// Sets attributes in two steps: Wine, run by an ordinary user, sets the others only while the file is writable.
     void SetAttributes(std::string_view name, std::uint32_t attributes) {
@@ -87,7 +114,14 @@ protected:
 
 private:
     ScratchMachine machine_;
+#ifdef KEL_DRY_RUN
+    // Below it everything that would write fails.
+    decorators::ReadOnlyPlatform readOnly_{machine_.View()};
+    decorators::DryRunPlatform dryRun_{readOnly_.View(), {}};
+    platform::Platform view_ = dryRun_.View();
+#else
     platform::Platform view_ = machine_.View();
+#endif
 };
 
 inline std::span<const std::byte> Bytes(std::string_view text) {

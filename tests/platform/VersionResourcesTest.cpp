@@ -15,6 +15,11 @@ constexpr ProgramKind AllKinds[] = {ProgramKind::Pe32, ProgramKind::Pe32Plus, Pr
 
 class VersionResources : public PlatformTest {
 protected:
+    void SetUp() override {
+        if (DryRun()) {
+            GTEST_SKIP() << "the version of a file that was written in a dry run can't be asked for";
+        }
+    }
     platform::VersionResources& Versions() { return *Machine().versions; }
 
     std::unique_ptr<platform::VersionBlock> Load(ProgramKind kind, const VersionRecord& record) {

@@ -25,7 +25,7 @@ enum class WriteKind : std::uint8_t {
     ValueSet,               ///< `target` is the key, `other` the value's name
     ValueRemoved,           ///< `target` is the key, `other` the value's name
     RegistryCommitted,      ///< changes of the registry put on the disk; no target
-    ProcessEnded,           ///< `target` is its identifier in decimal
+    ProcessEnded,           ///< `target` is its identifier in decimal, `other` its program's name where it is known
     ThreadEnded,            ///< `target` is its identifier in decimal
     PriorityChanged,        ///< of this program itself; no target, `other` is the number in decimal
     ServiceControlled,      ///< `target` is its name, `other` the number of the control in decimal
@@ -34,6 +34,7 @@ enum class WriteKind : std::uint8_t {
     ComponentUnregistered,  ///< `target` is the library
     FileDownloaded,         ///< `target` is the file, `other` the address
     RestorePointMade,       ///< `target` is its description
+    RegistryDiscarded,      ///< changes of the registry since the last commit are forgotten; no target
 };
 
 /// One change that was not made.
