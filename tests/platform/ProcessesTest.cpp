@@ -151,6 +151,19 @@ TEST_F(RunningChild, LosesAThreadOnlyWithTheRightToEndIt) {
     EXPECT_TRUE(child.Ended()) << "a process without threads is none";
 }
 
+TEST_F(RunningChild, StartedAfterThisProcessWhereStartsAreTold) {
+    const ChildProcess child(Machine(), ProgramPath());
+    const auto own = Open(All().CurrentId(), QueryAndEnd)->StartTime();
+    const auto started = Open(child.Id(), QueryAndEnd)->StartTime();
+    ASSERT_EQ(started.Ok(), own.Ok());
+    if (!started) {
+        EXPECT_EQ(started.Error(), SysError::CallNotImplemented);
+        return;
+    }
+    EXPECT_GT(*own, 0U);
+    EXPECT_GE(*started, *own);
+}
+
 TEST_F(RunningChild, EndsWithTheExitCodeThatItIsGiven) {
     const ChildProcess child(Real(), ProgramPath());
     constexpr std::uint32_t queryOnly = 0x400;

@@ -74,6 +74,7 @@ public:
 
     platform::Result<std::uint32_t> ExitCode() override { return inner_->ExitCode(); }
     platform::SysError End(std::uint32_t exitCode) override { return inner_->End(exitCode); }
+    platform::Result<std::uint64_t> StartTime() override { return inner_->StartTime(); }
 
 protected:
     [[nodiscard]] platform::Process& Inner() const { return *inner_; }

@@ -35,6 +35,8 @@ public:
     virtual Result<std::uint32_t> ExitCode() = 0;
     /// TerminateProcess.
     virtual SysError End(std::uint32_t exitCode) = 0;
+    /// GetProcessTimes: when it started, in units of 100 ns since 1601. CallNotImplemented on 9x.
+    virtual Result<std::uint64_t> StartTime() = 0;
 };
 
 /// Process access. A platform without running processes answers NotSupported or an empty list. Never throws.

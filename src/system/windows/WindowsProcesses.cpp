@@ -94,6 +94,14 @@ public:
         return std::uint32_t{code};
     }
     SysError End(std::uint32_t exitCode) override { return ErrorUnless(::TerminateProcess(handle_.Get(), exitCode)); }
+    Result<std::uint64_t> StartTime() override {
+        FILETIME start{};
+        FILETIME unused[3] = {};
+        if (::GetProcessTimes(handle_.Get(), &start, &unused[0], &unused[1], &unused[2]) == FALSE) {
+            return LastError();
+        }
+        return (std::uint64_t{start.dwHighDateTime} << 32U) | start.dwLowDateTime;
+    }
 
 private:
     KernelHandle handle_;
