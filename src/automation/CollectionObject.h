@@ -24,12 +24,12 @@ public:
     STDMETHODIMP get_Item(VARIANT Index, VARIANT* Result) override {
         return this->Answer(Result, [&] { return AsVariant(At(Index)); });
     }
-    STDMETHODIMP Add(VARIANT Item, VARIANT Key) override {
+    STDMETHODIMP Add(VARIANT Given, VARIANT Key) override {
         return this->Do([&] {
             if (IsMissing(Key)) {
-                this->It().Add(FromItem(Item));
+                this->It().Add(FromItem(Given));
             } else {
-                this->It().Add(FromItem(Item), ToText(FromVariant(Key)));
+                this->It().Add(FromItem(Given), ToText(FromVariant(Key)));
             }
         });
     }

@@ -228,3 +228,18 @@ private:
     STDMETHODIMP NAME(TYPE* Result) override {              \
         return Answer(Result, [&] { return It().NAME(); }); \
     }
+/// The same for one without a result.
+#define KEL_DO(NAME)                     \
+    STDMETHODIMP NAME() override {       \
+        return Do([&] { It().NAME(); }); \
+    }
+/// A readable and writable property that the engine's class has as the functions NAME and SetNAME.
+#define KEL_PROPERTY(TYPE, NAME)                                \
+    KEL_READ(TYPE, NAME)                                        \
+    STDMETHODIMP put_##NAME(TYPE Value) override {              \
+        return Do([&] {                                         \
+            std::remove_cvref_t<decltype(It().NAME())> value{}; \
+            Take(value, Value);                                 \
+            It().Set##NAME(value);                              \
+        });                                                     \
+    }
