@@ -14,9 +14,9 @@
 namespace kel::automation {
 
 /// Items are objects by shared pointer, numbers or texts. The list itself is shown, not a copy of it.
-template <class Item>
-class CollectionObject final : public Object<Collection<Item>, _Collection, ::Collection> {
-    using Base = Object<Collection<Item>, _Collection, ::Collection>;
+template <class T>
+class CollectionObject final : public Object<Collection<T>, _Collection, ::Collection> {
+    using Base = Object<Collection<T>, _Collection, ::Collection>;
 
 public:
     using Base::Base;
@@ -47,9 +47,13 @@ public:
         });
     }
     STDMETHODIMP get__NewEnum(IUnknown** Result) override {
+        if (Result == nullptr) {
+            return E_POINTER;
+        }
+        *Result = nullptr;
         return this->Do([&] {
             EnumeratedList<VARIANT> list;
-            const std::shared_ptr<Collection<Item>> shown = this->Thing();
+            const std::shared_ptr<Collection<T>> shown = this->Thing();
             list.count = [shown] { return static_cast<ULONG>(shown->Count()); };
             list.read = [shown](ULONG place, VARIANT* into) {
                 *into = AsVariant(shown->Item(std::size_t{place} + 1)).Detach();
@@ -63,7 +67,7 @@ private:
         const std::int32_t place = ToLong(index);
         return place < 0 ? 0 : static_cast<std::size_t>(place);
     }
-    const Item& At(const VARIANT& given) {
+    const T& At(const VARIANT& given) {
         const Value index = FromVariant(given);
         if (const auto* key = std::get_if<std::string>(&index)) {
             return this->It().Item(*key);
@@ -78,26 +82,26 @@ private:
         return Variant(static_cast<IDispatch*>(Wrap(item).Get()));
     }
 
-    static Item FromItem(const VARIANT& given) {
-        if constexpr (std::is_same_v<Item, std::int32_t>) {
+    static T FromItem(const VARIANT& given) {
+        if constexpr (std::is_same_v<T, std::int32_t>) {
             return ToLong(FromVariant(given));
-        } else if constexpr (std::is_same_v<Item, std::string>) {
+        } else if constexpr (std::is_same_v<T, std::string>) {
             return ToText(FromVariant(given));
         } else {
             const Variant value(given);
             if (value.Get().vt != VT_DISPATCH && value.Get().vt != VT_UNKNOWN) {
                 Raise(ErrTypeMismatch);
             }
-            return Unwrap<typename Item::element_type>(value.Get().punkVal);
+            return Unwrap<typename T::element_type>(value.Get().punkVal);
         }
     }
 };
 
-template <class Item>
-struct Maker<Collection<Item>> {
+template <class T>
+struct Maker<Collection<T>> {
     using Interface = _Collection;
-    static ComPtr<_Collection> Make(std::shared_ptr<Collection<Item>> thing) {
-        return ComPtr<_Collection>::Adopt(new CollectionObject<Item>(std::move(thing)));
+    static ComPtr<_Collection> Make(std::shared_ptr<Collection<T>> thing) {
+        return ComPtr<_Collection>::Adopt(new CollectionObject<T>(std::move(thing)));
     }
 };
 

@@ -128,6 +128,28 @@ TEST_F(Records, MovesGoFromRowToRowAndStopAtTheEnd) {
     EXPECT_EQ(NameOf(table), "a");
 }
 
+TEST_F(Records, MovesGoBackAndStopBeforeTheFirstRow) {
+    Recordset table;
+    Fill(table, {"a", "b", "c"});
+    table.MoveLast();
+    table.MoveNext();
+    table.MovePrevious();
+    EXPECT_EQ(NameOf(table), "c");
+    table.SetFilter("Name<>'b'");
+    table.MoveLast();
+    table.MovePrevious();
+    EXPECT_EQ(NameOf(table), "a");
+    table.MovePrevious();
+    EXPECT_TRUE(table.Bof());
+    EXPECT_FALSE(table.Eof());
+    EXPECT_EQ(ErrorNumber([&] { (void)table.Get("Name"); }), ErrNoCurrentRow);
+    EXPECT_EQ(ErrorNumber([&] { table.MovePrevious(); }), ErrNoCurrentRow);
+    table.MoveNext();
+    EXPECT_EQ(NameOf(table), "a");
+    table.SetFilter("Name='none'");
+    EXPECT_EQ(ErrorNumber([&] { table.MovePrevious(); }), ErrNoCurrentRow);
+}
+
 TEST_F(Records, AColumnThatWasNotSetIsNull) {
     Recordset table;
     Fill(table, {});

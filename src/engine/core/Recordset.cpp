@@ -122,8 +122,10 @@ struct Recordset::Impl {
         return std::nullopt;
     }
 
-    [[nodiscard]] std::optional<std::size_t> Last() const {
-        for (std::size_t at = Rows(); at-- > 0;) {
+    [[nodiscard]] std::optional<std::size_t> Last() const { return Before(Rows()); }
+
+    [[nodiscard]] std::optional<std::size_t> Before(std::size_t end) const {
+        for (std::size_t at = end; at-- > 0;) {
             if (Shows(at)) {
                 return at;
             }
@@ -382,11 +384,27 @@ void Recordset::MoveNext(SourceLocation where) {
         if (impl_->eof) {
             Raise(ErrNoCurrentRow);
         }
-        if (const auto next = impl_->Next(impl_->row + 1)) {
-            impl_->row = *next;
+        if (const auto next = impl_->Next(impl_->bof ? 0 : impl_->row + 1)) {
+            impl_->GoTo(next);
         } else {
             impl_->eof = true;
             impl_->bof = !impl_->Next(0);
+        }
+    });
+}
+
+void Recordset::MovePrevious(SourceLocation where) {
+    AtStatement(where, [&] {
+        impl_->RequireOpen();
+        impl_->Commit();
+        if (impl_->bof) {
+            Raise(ErrNoCurrentRow);
+        }
+        if (const auto previous = impl_->Before(impl_->eof ? impl_->Rows() : impl_->row)) {
+            impl_->GoTo(previous);
+        } else {
+            impl_->bof = true;
+            impl_->eof = !impl_->Next(0);
         }
     });
 }

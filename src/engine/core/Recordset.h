@@ -67,6 +67,8 @@ public:
     void MoveFirst(SourceLocation where = SourceLocation::current());
     void MoveLast(SourceLocation where = SourceLocation::current());
     void MoveNext(SourceLocation where = SourceLocation::current());
+    /// From behind the last row to the last one; from the first one to before it.
+    void MovePrevious(SourceLocation where = SourceLocation::current());
     /// Rows that the filter lets through.
     [[nodiscard]] std::int32_t RecordCount(SourceLocation where = SourceLocation::current()) const;
 
