@@ -71,6 +71,16 @@ class Machine:
         info = struct.pack("<IIIIIII", at + len(name) + 1, 28, 1, 28, at, 0, at + len(name)) + volume + name + b"\0"
         self.write(path, header + struct.pack("<H", len(items)) + items + info)
 
+    def append(self, text):
+        path, line = text.split(" : ", 1)
+        before = self.contents.get(path)
+        if before is None:
+            before = self.place(path).read_bytes()
+        self.write(path, before + line.encode("cp1252") + b"\r\n")
+
+    def readonly(self, text):
+        self.place(text).chmod(0o444)
+
     def folder(self, text):
         self.place(text).mkdir(parents=True)
 
@@ -101,7 +111,8 @@ class Machine:
         self.rows["regkeys"].append([number, hive, key, name, data, level])
 
     def read(self, description):
-        kinds = {"threat": self.threat, "file": self.file, "link": self.link, "folder": self.folder, "reg": self.reg,
+        kinds = {"threat": self.threat, "file": self.file, "link": self.link, "folder": self.folder,
+                 "append": self.append, "readonly": self.readonly, "reg": self.reg,
                  "md5": self.md5, "entry": self.entry, "path": lambda text: self.keyed("paths", text),
                  "place": lambda text: self.keyed("folders", text), "cookie": lambda text: self.keyed("cookies", text)}
         for number, line in enumerate(description.read_text(encoding="utf-8").splitlines(), 1):
@@ -122,7 +133,7 @@ class Machine:
             for name, data in entries:
                 if data.startswith("dword:"):
                     data = f"dword:{int(data[6:]):08x}"
-                else:
+                elif not data.startswith("hex"):
                     data = quoted(data)
                 lines.append(f"{quoted(name) if name else '@'}={data}")
             lines.append("")
