@@ -10,6 +10,7 @@
 #include "frontend/RecordCommands.h"
 #include "frontend/ScanCommand.h"
 #include "frontend/ScanOptions.h"
+#include "manual/Manual.h"
 
 namespace kel::frontend {
 
@@ -51,6 +52,7 @@ int Run(std::vector<std::string> arguments, const Streams& streams) {
     AddOptions<SessionOptions>(*scanCommand, SessionOptionTable(), scan);
     AddOptions<ScanOptions>(*scanCommand, ScanOptionTable(), scan);
     const RecordCommands records(app);
+    manual::AddGenerator(app, KEL_VERSION);
 
     try {
         Parse(app, std::move(arguments));

@@ -7,6 +7,7 @@
 #include <map>
 
 #include "hivedump/Dump.h"
+#include "manual/Manual.h"
 #include "offline/HiveFile.h"
 #include "offline/OfflinePlatform.h"
 
@@ -59,6 +60,7 @@ int Run(const std::vector<std::string>& arguments, std::ostream& out, std::ostre
     app.add_option("--log", logs, "a transaction log of the hive; may be given several times")->allow_extra_args(false);
     app.add_option("--format", format, "text, the default, or jsonl: one object a line")
         ->transform(CLI::CheckedTransformer(Formats));
+    manual::AddGenerator(app, KEL_VERSION);
     std::vector<std::string> reversed(arguments.rbegin(), arguments.rend());
     try {
         app.parse(reversed);

@@ -7,6 +7,7 @@
 #include "hive/NewHive.h"
 #include "hivemake/Lines.h"
 #include "hivemake/NewFile.h"
+#include "manual/Manual.h"
 #include "offline/Wtf8.h"
 
 namespace kel::hivemake {
@@ -42,6 +43,7 @@ int Run(const std::vector<std::string>& arguments, std::istream& in, std::ostrea
     app.add_option("--minor", minor, "version 1.N of the hive; 3, the default, is what every Windows since NT 4 reads")
         ->check(CLI::Range(SmallestMinor, LargestMinor));
     app.add_option("--root", root, "name of the root key")->check(CLI::Validator(WhyNoRootName, "NAME"));
+    manual::AddGenerator(app, KEL_VERSION);
     std::vector<std::string> reversed(arguments.rbegin(), arguments.rend());
     try {
         app.parse(reversed);

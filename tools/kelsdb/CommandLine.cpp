@@ -8,6 +8,7 @@
 
 #include "kelsdb/Commands.h"
 #include "kelsdb/Failure.h"
+#include "manual/Manual.h"
 
 namespace kel::kelsdb {
 
@@ -71,6 +72,7 @@ public:
 
         check_ = Command("check", "look for what would stop a load of a data folder or make a row of it useless");
         check_->add_option("DIR", arguments_.input, "the folder of the tables")->required();
+        manual::AddGenerator(app_, KEL_VERSION);
     }
 
     // The exit code when there is nothing more to do: help was asked for, or the command line is wrong.
