@@ -59,34 +59,12 @@ TEST_F(Clean, AThreatWithoutLocationsGetsARowAFolderAndAllStageMessages) {
 }
 
 TEST_F(Clean, AThreatOfEveryKindOfLocationGoesInTheStatedOrder) {
-    const std::string sys = AddThing("driver.sys");
-    const std::string exe = AddThing("program.exe");
-    const std::string dll = AddThing("library.dll");
-    const std::string ocx = AddThing("control.ocx");
-    const std::string upperOcx = AddThing("OTHER.OCX");
-    const std::string text = AddThing("readme.txt");
-    const std::string cookie = AddThing("user@evil[1].txt", "cookie");
-    AddThing("folder\\inside.txt", "inside");
-    // Found in another order than the one in which they go.
-    for (const std::string& path : {text, ocx, dll, upperOcx, exe, sys, Things() + "gone.exe", std::string()}) {
-        DetectFile(Threat, path);
-    }
-    DetectFolder(Threat, Things() + "folder\\");
-    DetectFolder(Threat, Things() + "missing\\");
-    Stage().AddText(HiveLocalMachine, "Software\\Evil", "Path", "data");
-    Stage().AddText(HiveCurrentUser, "Software\\Other", "Name", "here");
-    DetectRegKey(Threat, HiveCurrentUser, "Software\\Other", "Name", "here");
-    DetectRegKey(Threat, HiveLocalMachine, "Software\\Evil");
-    DetectRegKey(Threat, 0, "Software\\Nowhere");
-    DetectRegKey(Threat, HiveLocalMachine, "");
-    DetectCookie(Threat, "evil", cookie);
-    DetectCustom(Threat, 4711, CustomCleanPriorityPost, "a later one");
-    DetectCustom(Threat, 4712, CustomCleanPriorityPre, "an earlier one");
+    const std::vector<std::string> paths = DetectEveryKind(Threat);
     Begin();
     EXPECT_EQ(Quarantine(), errNone);
     ExpectGolden("EveryKindEvents", heard);
     ExpectGolden("EveryKindLog", Log());
-    for (const std::string& path : {sys, exe, dll, ocx, upperOcx, text, cookie, Things() + "folder"}) {
+    for (const std::string& path : paths) {
         EXPECT_FALSE(Exists(path)) << path;
     }
     EXPECT_FALSE(KeyExists(HiveLocalMachine, "Software\\Evil"));

@@ -149,6 +149,35 @@ std::string CleanTest::AddThing(std::string_view name, std::string_view bytes) {
     return path;
 }
 
+std::vector<std::string> CleanTest::DetectEveryKind(std::int32_t threat) {
+    using platform::HiveCurrentUser;
+    using platform::HiveLocalMachine;
+    const std::string sys = AddThing("driver.sys");
+    const std::string exe = AddThing("program.exe");
+    const std::string dll = AddThing("library.dll");
+    const std::string ocx = AddThing("control.ocx");
+    const std::string upperOcx = AddThing("OTHER.OCX");
+    const std::string text = AddThing("readme.txt");
+    const std::string cookie = AddThing("user@evil[1].txt", "cookie");
+    AddThing("folder\\inside.txt", "inside");
+    // Found in another order than the one in which they go.
+    for (const std::string& path : {text, ocx, dll, upperOcx, exe, sys, Things() + "gone.exe", std::string()}) {
+        DetectFile(threat, path);
+    }
+    DetectFolder(threat, Things() + "folder\\");
+    DetectFolder(threat, Things() + "missing\\");
+    Stage().AddText(HiveLocalMachine, "Software\\Evil", "Path", "data");
+    Stage().AddText(HiveCurrentUser, "Software\\Other", "Name", "here");
+    DetectRegKey(threat, HiveCurrentUser, "Software\\Other", "Name", "here");
+    DetectRegKey(threat, HiveLocalMachine, "Software\\Evil");
+    DetectRegKey(threat, 0, "Software\\Nowhere");
+    DetectRegKey(threat, HiveLocalMachine, "");
+    DetectCookie(threat, "evil", cookie);
+    DetectCustom(threat, 4711, CustomCleanPriorityPost, "a later one");
+    DetectCustom(threat, 4712, CustomCleanPriorityPre, "an earlier one");
+    return {sys, exe, dll, ocx, upperOcx, text, cookie, Things() + "folder"};
+}
+
 std::string CleanTest::Data(platform::Hive hive, std::string_view key, std::string_view name) {
     auto open = stage_.View().registry->Open(hive, key);
     if (!open) {

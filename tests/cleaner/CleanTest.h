@@ -61,6 +61,11 @@ protected:
     /// Writes a file below Things() and gives its path.
     std::string AddThing(std::string_view name, std::string_view bytes = "thing");
 
+    /// Puts a location of every kind on the machine, for a threat named "Evil", and detects them all, some that are not
+    /// there too. Gives the paths that go; of the registry HKEY_LOCAL_MACHINE\Software\Evil and the value "Name" of
+    /// HKEY_CURRENT_USER\Software\Other go.
+    std::vector<std::string> DetectEveryKind(std::int32_t threat);
+
     /// Text data of a value of the staged registry; "absent" without one.
     [[nodiscard]] std::string Data(platform::Hive hive, std::string_view key, std::string_view name);
     [[nodiscard]] bool KeyExists(platform::Hive hive, std::string_view key);

@@ -201,6 +201,31 @@ TEST_F(FaultyProcesses, EndingAndControllingAreWritesThatCanFail) {
     EXPECT_THAT(services_.controls, IsEmpty());
 }
 
+// Fetches nothing and remembers what for.
+class HeardInternet : public platform::Internet {
+public:
+    std::vector<std::string> asked;
+    SysError Download(std::string_view url, std::string_view path) override {
+        asked.push_back(std::string(url) + " " + std::string(path));
+        return SysError::Success;
+    }
+};
+
+TEST_F(FaultyProcesses, ADownloadIsAWriteThatCanFail) {
+    HeardInternet internet;
+    view_.internet = &internet;
+    FaultInjectingPlatform faults(view_);
+    const platform::Platform view = faults.View();
+    EXPECT_EQ(view.internet->Download("http://a", "C:\\a"), SysError::Success);
+    EXPECT_EQ(faults.Writes(), 1U);
+    faults.FailWrite(1, SysError::DiskFull);
+    EXPECT_EQ(view.internet->Download("http://b", "C:\\b"), SysError::DiskFull);
+    faults.Lock("C:\\c");
+    EXPECT_EQ(view.internet->Download("http://c", "C:\\c"), SysError::SharingViolation);
+    EXPECT_EQ(faults.Writes(), 2U);
+    EXPECT_THAT(internet.asked, ElementsAre("http://a C:\\a"));
+}
+
 TEST_F(FaultyProcesses, TheServiceControlManagerCanBeAway) {
     FaultInjectingPlatform faults(view_);
     faults.FailServices(SysError::CallNotImplemented);

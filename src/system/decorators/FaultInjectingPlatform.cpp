@@ -383,6 +383,25 @@ private:
     Faults& faults_;
 };
 
+class FaultyInternet : public platform::Internet {
+public:
+    FaultyInternet(platform::Internet* inner, Faults& faults) : inner_(inner), faults_(faults) {}
+
+    SysError Download(std::string_view url, std::string_view path) override {
+        if (const SysError error = faults_.CountWrite(); error != SysError::Success) {
+            return error;
+        }
+        if (faults_.IsLocked(path)) {
+            return SysError::SharingViolation;
+        }
+        return inner_ == nullptr ? SysError::NotSupported : inner_->Download(url, path);
+    }
+
+private:
+    platform::Internet* inner_;
+    Faults& faults_;
+};
+
 }  // namespace
 
 struct FaultInjectingPlatform::Impl {
@@ -393,12 +412,14 @@ struct FaultInjectingPlatform::Impl {
           registry(*platform.registry, faults),
           shell(*platform.shell, faults),
           processes(*platform.processes, faults),
-          services(*platform.services, faults) {
+          services(*platform.services, faults),
+          internet(platform.internet, faults) {
         view.files = &files;
         view.registry = &registry;
         view.shell = &shell;
         view.processes = &processes;
         view.services = &services;
+        view.internet = &internet;
     }
 
     Platform view;
@@ -408,6 +429,7 @@ struct FaultInjectingPlatform::Impl {
     FaultyShell shell;
     FaultyProcesses processes;
     FaultyServices services;
+    FaultyInternet internet;
 };
 
 FaultInjectingPlatform::FaultInjectingPlatform(const Platform& inner) : impl_(std::make_unique<Impl>(inner)) {

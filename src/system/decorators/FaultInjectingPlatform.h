@@ -11,8 +11,8 @@ namespace kel::decorators {
 
 /// Counts writes and lets some operations fail. A write is everything that changes the machine: writing to an open
 /// file, opening for anything but reading, deleting, moving, making folders, setting attributes, the shell's delete,
-/// each change of the registry with its commit, ending a process or a thread, and controlling a service. A failing
-/// operation changes nothing. Without faults everything is passed on.
+/// each change of the registry with its commit, a download, ending a process or a thread, and controlling a service. A
+/// failing operation changes nothing. Without faults everything is passed on.
 class FaultInjectingPlatform {
 public:
     /// The parts of `inner` must outlive this object.
