@@ -10,9 +10,9 @@ namespace kel::frontend {
 namespace {
 
 std::string RegistryLocation(const ThreatLocationRegKey& key) {
-    std::string text = modHelper::GetRegistryHiveNameFromHive(key.RegHive) + "\\" + key.Regkey;
-    if (!key.RegValueName.empty()) {
-        text += " [" + key.RegValueName + "]";
+    std::string text = modHelper::GetRegistryHiveNameFromHive(key.RegHive()) + "\\" + key.Regkey();
+    if (!key.RegValueName().empty()) {
+        text += " [" + key.RegValueName() + "]";
     }
     return text;
 }

@@ -58,8 +58,7 @@ void AddPlaces(DetectedThreat& detected, const ScanHistoryDetail& detail) {
         detected.ThreatLocationFiles->Add(std::make_shared<ThreatLocationFile>(place));
     });
     ForEachPlace(detail.DetectedReg, detected.ThreatID, [&](const std::string& place) {
-        auto location = std::make_shared<ThreatLocationRegKey>();
-        location->Regkey = place;
+        auto location = std::make_shared<ThreatLocationRegKey>(platform::Hive{}, place);
         detected.ThreatLocationRegKeys->Add(std::move(location));
     });
     ForEachPlace(detail.DetectedCookies, detected.ThreatID, [&](const std::string& place) {

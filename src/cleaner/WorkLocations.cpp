@@ -58,28 +58,29 @@ enThreatFileTypes HandedOn(const FileStage& stage, std::string_view path) {
 }
 
 std::string FullKey(const ThreatLocationRegKey& location) {
-    return modHelper::GetRegistryHiveNameFromHive(location.RegHive).append("\\").append(location.Regkey);
+    return modHelper::GetRegistryHiveNameFromHive(location.RegHive()).append("\\").append(location.Regkey());
 }
 
 void LogDeletedValue(const ThreatLocationRegKey& location, std::string_view data) {
-    CleanerLog("Delete registry value " + FullKey(location) + " [" + location.RegValueName + "=" + std::string(data) +
+    CleanerLog("Delete registry value " + FullKey(location) + " [" + location.RegValueName() + "=" + std::string(data) +
                "]");
 }
 
 bool MustStay(const ThreatLocationRegKey& location) {
-    return modCleanerHelper::RestrictRemoveRegistryKey(location.RegHive, location.Regkey) ||
-           (!location.RegValueName.empty() &&
-            modCleanerHelper::RestrictRemoveRegistryValue(location.RegHive, location.Regkey, location.RegValueName));
+    return modCleanerHelper::RestrictRemoveRegistryKey(location.RegHive(), location.Regkey()) ||
+           (!location.RegValueName().empty() && modCleanerHelper::RestrictRemoveRegistryValue(
+                                                    location.RegHive(), location.Regkey(), location.RegValueName()));
 }
 
 // Of a value that is gone already, as behind the removal of its key, the type is 0.
 void Record(const ThreatLocationRegKey& location) {
     QThreatLocationRegKey row;
-    row.RegHive = location.RegHive;
-    row.Regkey = location.Regkey;
-    row.RegValueName = location.RegValueName;
-    row.RegValueData = location.RegValueData;
-    row.RegValueDataType = modRegistry::GetRegistryValueType(location.RegHive, location.Regkey, location.RegValueName);
+    row.RegHive = location.RegHive();
+    row.Regkey = location.Regkey();
+    row.RegValueName = location.RegValueName();
+    row.RegValueData = location.RegValueData();
+    row.RegValueDataType =
+        modRegistry::GetRegistryValueType(location.RegHive(), location.Regkey(), location.RegValueName());
     recorded::Add(row);
 }
 
@@ -136,12 +137,12 @@ void Cleaner::Work::RemoveRegistryEntries() {
     Send("Removing registry entries...");
     for (const auto& location : Required(detected->ThreatLocationRegKeys)) {
         const ThreatLocationRegKey& entry = Required(location);
-        if (entry.RegHive == 0 || entry.Regkey.empty()) {
+        if (entry.RegHive() == 0 || entry.Regkey().empty()) {
             continue;
         }
         Send("Removing registry entry " + FullKey(entry) + "...");
         const std::string file = modCleanerHelper::GetFilePathfromRegistryLocations(
-            entry.RegHive, entry.Regkey, entry.RegValueName, entry.RegValueData);
+            entry.RegHive(), entry.Regkey(), entry.RegValueName(), entry.RegValueData());
         if (!file.empty() && modFiles::FileExists(file)) {
             cleaner.HelperQuarantineFile(threatID, file, ThreatFileTypeUnknown, quarantinePath);
         }
@@ -153,10 +154,10 @@ void Cleaner::Work::RemoveRegistryEntries() {
 }
 
 void Cleaner::Work::RemoveRegistryEntry(const ThreatLocationRegKey& location) {
-    const platform::Hive hive = location.RegHive;
-    const std::string& key = location.Regkey;
-    const std::string& value = location.RegValueName;
-    const std::string& data = location.RegValueData;
+    const platform::Hive hive = location.RegHive();
+    const std::string& key = location.Regkey();
+    const std::string& value = location.RegValueName();
+    const std::string& data = location.RegValueData();
     if (value.empty()) {
         if (data.empty() && modRegistry::RegKeyExists(hive, key)) {
             modRegistry::DeleteRegistryKeyTree(hive, key);
@@ -210,7 +211,7 @@ void Cleaner::Work::CleanPolymorphicLocations() {
         const ThreatLocationCustom& custom = Required(location);
         Send("Running special post cleaning " + custom.DisplayData + "...");
         if (custom.CleanPriority == CustomCleanPriorityPost) {
-            CleanerLog("Run custom cleaner " + custom.DisplayData + " (" + Text(custom.CustomID) + ")");
+            CleanerLog("Run custom cleaner " + custom.DisplayData + " (" + Text(custom.CustomID()) + ")");
             modScannerCustom::CleanCustom(custom);
         }
     }

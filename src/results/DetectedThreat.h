@@ -8,7 +8,7 @@
 
 #include "core/Collection.h"
 #include "results/Enumerations.h"
-#include "results/LocationPaths.h"
+#include "results/LocationIndex.h"
 #include "results/ThreatLocationCookie.h"
 #include "results/ThreatLocationCustom.h"
 #include "results/ThreatLocationFile.h"
@@ -43,6 +43,11 @@ public:
     [[nodiscard]] bool HasFile(std::string_view path);
     /// The same for the folder locations.
     [[nodiscard]] bool HasFolder(std::string_view path);
+    /// Whether one of the registry locations is exactly this one.
+    [[nodiscard]] bool HasRegKey(platform::Hive hive, std::string_view key, std::string_view valueName,
+                                 std::string_view valueData);
+    /// Whether one of the custom locations has this number.
+    [[nodiscard]] bool HasCustom(std::int32_t customID);
 
 private:
     template <class Location>
@@ -50,8 +55,15 @@ private:
         return std::make_shared<Collection<std::shared_ptr<Location>>>();
     }
 
-    LocationPaths<ThreatLocationFile, &ThreatLocationFile::DetectedFilePath> filePaths_;
-    LocationPaths<ThreatLocationFolder, &ThreatLocationFolder::DetectedFolderPath> folderPaths_;
+    static std::string FileKey(const ThreatLocationFile& location);
+    static std::string FolderKey(const ThreatLocationFolder& location);
+    static std::string RegKeyKey(const ThreatLocationRegKey& location);
+    static std::int32_t CustomKey(const ThreatLocationCustom& location);
+
+    LocationIndex<ThreatLocationFile, &DetectedThreat::FileKey> files_;
+    LocationIndex<ThreatLocationFolder, &DetectedThreat::FolderKey> folders_;
+    LocationIndex<ThreatLocationRegKey, &DetectedThreat::RegKeyKey> regKeys_;
+    LocationIndex<ThreatLocationCustom, &DetectedThreat::CustomKey> customs_;
 };
 
 }  // namespace kel

@@ -80,16 +80,7 @@ bool Scan::DetectedRegKeyExists(std::int32_t threatID, platform::Hive regHive, s
             return false;
         }
         // The stored texts are not put in lower case, so only a location stored in lower case refuses another.
-        const std::string key = LCase(regKey);
-        const std::string name = LCase(regValueName);
-        const std::string data = LCase(regValueData);
-        for (const auto& location : Required(Detected(threatID).ThreatLocationRegKeys)) {
-            if (Required(location).RegHive == regHive && location->Regkey == key && location->RegValueName == name &&
-                location->RegValueData == data) {
-                return true;
-            }
-        }
-        return false;
+        return Detected(threatID).HasRegKey(regHive, LCase(regKey), LCase(regValueName), LCase(regValueData));
     });
 }
 
@@ -98,12 +89,7 @@ bool Scan::DetectedCustomExists(std::int32_t threatID, std::int32_t customID) {
         if (customID == 0 || !DetectedThreatExists(threatID)) {
             return false;
         }
-        for (const auto& location : Required(Detected(threatID).ThreatLocationCustoms)) {
-            if (Required(location).CustomID == customID) {
-                return true;
-            }
-        }
-        return false;
+        return Detected(threatID).HasCustom(customID);
     });
 }
 
@@ -184,11 +170,7 @@ void Scan::AddDetectedThreatRegKey(enScanType ScanType, std::int32_t ThreatID, p
             return;
         }
         DetectedThreat& threat = FindOrCreate(ScanType, ThreatID);
-        const auto location = std::make_shared<ThreatLocationRegKey>();
-        location->RegHive = RegHive;
-        location->Regkey = Regkey;
-        location->RegValueName = RegValueName;
-        location->RegValueData = RegValueData;
+        const auto location = std::make_shared<ThreatLocationRegKey>(RegHive, Regkey, RegValueName, RegValueData);
         location->OptionLevel = ScanLevel;
         Required(threat.ThreatLocationRegKeys).Add(location);
         EventThreatDetected(modHelper::GetRegistryHiveNameFromHive(RegHive) + "\\" + std::string(Regkey), ScanType,
@@ -202,7 +184,7 @@ void Scan::AddDetectedThreatCustom(enScanType ScanType, std::int32_t ThreatID,
         if (modIgnoredThreats::IsIgnoredThreatID(ThreatID)) {
             return;
         }
-        if (DetectedCustomExists(ThreatID, Required(oThreatLocationCustom).CustomID)) {
+        if (DetectedCustomExists(ThreatID, Required(oThreatLocationCustom).CustomID())) {
             return;
         }
         Required(FindOrCreate(ScanType, ThreatID).ThreatLocationCustoms).Add(oThreatLocationCustom);

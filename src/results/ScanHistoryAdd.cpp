@@ -86,8 +86,8 @@ void AddLocation(const history::Table& table, const Scan& scan, const DetectedTh
 }
 
 std::string RegistryText(const ThreatLocationRegKey& location) {
-    return modHelper::GetRegistryHiveNameFromHive(location.RegHive) + "\\" + location.Regkey + " " +
-           location.RegValueName + " " + location.RegValueData;
+    return modHelper::GetRegistryHiveNameFromHive(location.RegHive()) + "\\" + location.Regkey() + " " +
+           location.RegValueName() + " " + location.RegValueData();
 }
 
 // Folders are not noted.

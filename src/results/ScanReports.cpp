@@ -52,9 +52,9 @@ void AppendRegKeys(std::string& report, const DetectedThreat& threat) {
     Append(report, {"<RegKeys>", LineEnd});
     for (const auto& entry : Required(threat.ThreatLocationRegKeys)) {
         const ThreatLocationRegKey& key = Required(entry);
-        Append(report, {"<RegKey reghive=\"", Text(key.RegHive), "\" regkey=\"", key.Regkey, "\" regvaluename=\"",
-                        EscapeXMLText(key.RegValueName), "\" regvaluedata=\"",
-                        EscapeXMLText(Replace(key.RegValueData, "\"", "")), "\"></RegKey>", LineEnd});
+        Append(report, {"<RegKey reghive=\"", Text(key.RegHive()), "\" regkey=\"", key.Regkey(), "\" regvaluename=\"",
+                        EscapeXMLText(key.RegValueName()), "\" regvaluedata=\"",
+                        EscapeXMLText(Replace(key.RegValueData(), "\"", "")), "\"></RegKey>", LineEnd});
     }
     Append(report, {"</RegKeys>", LineEnd});
 }

@@ -78,7 +78,7 @@ constexpr Repair Repairs[] = {
 void CleanCustom(const ThreatLocationCustom& location) {
     Trap("modScannerCustom", "CleanCustom", [&] {
         for (const Repair& repair : Repairs) {
-            if (repair.id == location.CustomID) {
+            if (repair.id == location.CustomID()) {
                 ResumeNext([&] { repair.run(location); });
             }
         }

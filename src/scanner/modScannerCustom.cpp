@@ -46,8 +46,7 @@ void ScanCustom(const Scanner& scanner) {
 }
 
 ThreatLocationCustom CustomLocationOf(CustomLocation id, std::string displayData) {
-    ThreatLocationCustom location;
-    location.CustomID = id;
+    ThreatLocationCustom location(id);
     location.CleanPriority = CustomCleanPriorityPost;
     location.DisplayData = std::move(displayData);
     return location;

@@ -364,7 +364,7 @@ TEST_F(CleanStages, TheHistoryGivesTheDetectionsTextsAndPlaces) {
     ASSERT_EQ(made->ThreatLocationFiles->Count(), 1U);
     EXPECT_EQ(made->ThreatLocationFiles->Item(1)->DetectedFilePath(), Things() + "program.exe");
     ASSERT_EQ(made->ThreatLocationRegKeys->Count(), 1U);
-    EXPECT_EQ(made->ThreatLocationRegKeys->Item(1)->RegHive, 0);
+    EXPECT_EQ(made->ThreatLocationRegKeys->Item(1)->RegHive(), 0);
     EXPECT_EQ(CleanerPeer::Generate(*cleaner, 8), nullptr);
     CleanerPeer::SetScanID(*cleaner, "");
     EXPECT_EQ(CleanerPeer::Generate(*cleaner, Threat), nullptr);

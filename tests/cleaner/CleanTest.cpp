@@ -114,12 +114,7 @@ void CleanTest::DetectFolder(std::int32_t threat, const std::string& path) {
 
 void CleanTest::DetectRegKey(std::int32_t threat, platform::Hive hive, std::string_view key, std::string_view name,
                              std::string_view data) {
-    const auto location = std::make_shared<ThreatLocationRegKey>();
-    location->RegHive = hive;
-    location->Regkey = key;
-    location->RegValueName = name;
-    location->RegValueData = data;
-    Detected(threat).ThreatLocationRegKeys->Add(location);
+    Detected(threat).ThreatLocationRegKeys->Add(std::make_shared<ThreatLocationRegKey>(hive, key, name, data));
 }
 
 void CleanTest::DetectCookie(std::int32_t threat, std::string_view cookie, const std::string& path) {
@@ -131,8 +126,7 @@ void CleanTest::DetectCookie(std::int32_t threat, std::string_view cookie, const
 
 void CleanTest::DetectCustom(std::int32_t threat, std::int32_t id, enCustomCleanPriority priority,
                              std::string_view display) {
-    const auto location = std::make_shared<ThreatLocationCustom>();
-    location->CustomID = id;
+    const auto location = std::make_shared<ThreatLocationCustom>(id);
     location->CleanPriority = priority;
     location->DisplayData = display;
     Detected(threat).ThreatLocationCustoms->Add(location);

@@ -130,8 +130,7 @@ TEST_F(Findings, ACookieIsToldByItsFile) {
 }
 
 TEST_F(Findings, ACustomLocationIsToldByWhatItShows) {
-    const auto custom = std::make_shared<ThreatLocationCustom>();
-    custom->CustomID = 7;
+    const auto custom = std::make_shared<ThreatLocationCustom>(7);
     custom->DisplayData = "line 3 of the hosts file";
     scan->AddDetectedThreatCustom(ScanTypeFiles, 2, custom);
     tracker.UpdateAll(*scan);

@@ -55,11 +55,8 @@ protected:
             const auto first = MakeScan("FIRST");
             DetectedThreat& one = Detect(*first, 9001);
             File(*first, one, "C:\\one.exe");
-            const auto key = std::make_shared<ThreatLocationRegKey>();
-            key->RegHive = platform::HiveCurrentUser;
-            key->Regkey = "Software\\One";
-            key->RegValueName = "Name";
-            key->RegValueData = "Data";
+            const auto key =
+                std::make_shared<ThreatLocationRegKey>(platform::HiveCurrentUser, "Software\\One", "Name", "Data");
             one.ThreatLocationRegKeys->Add(key);
             ++first->DetectedRegistryCount;
             const auto cookie = std::make_shared<ThreatLocationCookie>();

@@ -1,5 +1,7 @@
 #include <gmock/gmock.h>
 
+#include <string>
+#include <tuple>
 #include <utility>
 
 #include "KelsdbTest.h"
@@ -152,6 +154,25 @@ TEST_F(Check, AnOptionLevelHasSixteenBits) {
     row[13] = 40000;
     Threats({Threat(0), row});
     ExpectError("kelThreatData.sdb: row 2: error: option level 40000");
+}
+
+TEST_F(Check, WhatTheHistoryHasNoRoomForIsAWarning) {
+    const std::string umlaut = "\xC3\xA4";
+    auto row = Threat(5);
+    for (const auto& [column, longest, what] : {std::tuple{1U, 60, "name"}, {2U, 50, "category"}}) {
+        std::string text;
+        for (int i = 0; i < longest; ++i) {
+            text += umlaut;
+        }
+        row = Threat(5);
+        row[column] = text;
+        Threats({Threat(0), row});
+        ExpectGood();
+        row[column] = text + "x";
+        Threats({Threat(0), row});
+        ExpectWarning("kelThreatData.sdb: row 2: warning: the " + std::string(what) + " has more than " +
+                      std::to_string(longest) + " characters: the history loses the detections");
+    }
 }
 
 TEST_F(Check, UnknownThreatsAreErrorsInEveryTable) {

@@ -174,15 +174,10 @@ TEST_F(History, DetectionsAreKeptWithTheirLocationsButForFolders) {
     threat.ThreatLocationFiles->Add(std::make_shared<ThreatLocationFile>("C:\\one.exe"));
     threat.ThreatLocationFiles->Add(std::make_shared<ThreatLocationFile>("C:\\two.exe"));
     threat.ThreatLocationFolders->Add(std::make_shared<ThreatLocationFolder>("C:\\folder"));
-    const auto key = std::make_shared<ThreatLocationRegKey>();
-    key->RegHive = platform::HiveLocalMachine;
-    key->Regkey = "Software\\Run";
-    key->RegValueName = "name";
-    key->RegValueData = "some data";
+    const auto key =
+        std::make_shared<ThreatLocationRegKey>(platform::HiveLocalMachine, "Software\\Run", "name", "some data");
     threat.ThreatLocationRegKeys->Add(key);
-    const auto bare = std::make_shared<ThreatLocationRegKey>();
-    bare->RegHive = 5;
-    bare->Regkey = "key";
+    const auto bare = std::make_shared<ThreatLocationRegKey>(5, "key");
     threat.ThreatLocationRegKeys->Add(bare);
     const auto cookie = std::make_shared<ThreatLocationCookie>();
     cookie->Cookie = "tracker.example";
@@ -205,9 +200,7 @@ TEST_F(History, LongDescriptionsAndLocationsAreCutAt255) {
     DetectedThreat& threat = Detect(*scan, 7);
     threat.Threat->DescriptionShort = std::string(300, 'd');
     threat.ThreatLocationFiles->Add(std::make_shared<ThreatLocationFile>("C:\\" + std::string(300, 'f')));
-    const auto key = std::make_shared<ThreatLocationRegKey>();
-    key->RegHive = platform::HiveUsers;
-    key->Regkey = std::string(300, 'k');
+    const auto key = std::make_shared<ThreatLocationRegKey>(platform::HiveUsers, std::string(300, 'k'));
     threat.ThreatLocationRegKeys->Add(key);
     const auto cookie = std::make_shared<ThreatLocationCookie>();
     cookie->DetectedFilePath = std::string(256, 'c');

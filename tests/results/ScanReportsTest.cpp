@@ -88,9 +88,7 @@ protected:
         ++scan->DetectedFileCount;
     }
     ThreatLocationRegKey& AddRegKey(DetectedThreat& threat, platform::Hive hive, const std::string& key) {
-        const auto location = std::make_shared<ThreatLocationRegKey>();
-        location->RegHive = hive;
-        location->Regkey = key;
+        const auto location = std::make_shared<ThreatLocationRegKey>(hive, key);
         threat.ThreatLocationRegKeys->Add(location);
         ++scan->DetectedRegistryCount;
         return *location;
@@ -135,8 +133,8 @@ protected:
         AddFolder(all, "C:\\gold\\");
         AddRegKey(all, platform::HiveLocalMachine, "Software\\Gold & Silver <Co>");
         ThreatLocationRegKey& value = AddRegKey(all, platform::HiveCurrentUser, "Software\\Run");
-        value.RegValueName = "gold & 'silver'";
-        value.RegValueData = "\"C:\\gold & silver.exe\" /s <1>";
+        value.SetRegValueName("gold & 'silver'");
+        value.SetRegValueData("\"C:\\gold & silver.exe\" /s <1>");
         AddCookie(all, "ads.example & co", "C:\\cookies\\anna@ads<1>.txt");
         AddCookie(all, "tracker.example", "C:\\cookies\\anna's@tracker.txt");
 
@@ -153,8 +151,7 @@ protected:
         AddRegKey(Detect(12, "Registry only"), platform::HiveClassesRoot, "CLSID\\{1}");
 
         DetectedThreat& custom = Detect(13, "Custom only");
-        const auto location = std::make_shared<ThreatLocationCustom>();
-        location->CustomID = 1;
+        const auto location = std::make_shared<ThreatLocationCustom>(1);
         location->DisplayData = "not in any report";
         custom.ThreatLocationCustoms->Add(location);
     }
@@ -220,8 +217,8 @@ TEST_F(ScanReports, TheNameIsEscapedAndTheCategoryIsNot) {
 
 TEST_F(ScanReports, AValuesDataLosesItsDoubleQuotes) {
     ThreatLocationRegKey& value = AddRegKey(Detect(1, "One"), platform::HiveCurrentUser, "Run");
-    value.RegValueName = "a \"name\"";
-    value.RegValueData = "\"C:\\a.exe\" /x";
+    value.SetRegValueName("a \"name\"");
+    value.SetRegValueData("\"C:\\a.exe\" /x");
     const std::string line =
         "<RegKey reghive=\"-2147483647\" regkey=\"Run\" regvaluename=\"a &quot;name&quot;\" "
         "regvaluedata=\"C:\\a.exe /x\"></RegKey>\r\n";

@@ -406,8 +406,7 @@ TEST_F(ScanRecord, AnUnknownCookieFailsAndLeavesAThreatWithoutLocations) {
 }
 
 TEST_F(ScanRecord, ACustomLocationIsKeptItselfAndOnceForEachNumber) {
-    const auto location = std::make_shared<ThreatLocationCustom>();
-    location->CustomID = 5;
+    const auto location = std::make_shared<ThreatLocationCustom>(5);
     scan->AddDetectedThreatCustom(ScanTypeFiles, 7, location);
     scan->AddDetectedThreatCustom(ScanTypeFiles, 7, std::make_shared<ThreatLocationCustom>(*location));
     ASSERT_EQ(Threat(7).ThreatLocationCustoms->Count(), 1U);

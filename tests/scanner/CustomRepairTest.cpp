@@ -24,8 +24,7 @@ protected:
         return ToText(modRegistry::GetRegistryValue(hive, key, ""));
     }
     static std::string Repaired(std::string_view type) {
-        ThreatLocationCustom location;
-        location.CustomID = 100002;
+        ThreatLocationCustom location(100002);
         location.CustomData1 = Text(HiveLocalMachine);
         location.CustomData2 = R"(SOFTWARE\Classes\type\shell\open\command)";
         location.CustomData3 = type;
@@ -89,8 +88,7 @@ TEST_F(CustomRepair, GivesTheBrowserItsAddressesBack) {
 
 TEST_F(CustomRepair, OfAnyOtherNumberDoesNothing) {
     Stage().AddText(HiveLocalMachine, modScannerCustom::TextFileCommand, "", "x");
-    ThreatLocationCustom location;
-    location.CustomID = 1;
+    ThreatLocationCustom location(1);
     modScannerCustom::CleanCustom(location);
     EXPECT_EQ(DefaultOf(HiveLocalMachine, modScannerCustom::TextFileCommand), "x");
     EXPECT_THAT(Reported(), IsEmpty());

@@ -89,7 +89,7 @@ TEST_F(CustomScan, OfWininitTestsWhatComesAndRecordsWhatIsReplaced) {
     EXPECT_EQ(Detection(Evil)->ThreatLocationFiles->Item(1)->MD5, HashOf(Bytes(1500, 'o')));
     const auto customs = Customs(Evil);
     ASSERT_THAT(customs, SizeIs(1));
-    EXPECT_EQ(customs[0]->CustomID, 100001);
+    EXPECT_EQ(customs[0]->CustomID(), 100001);
     EXPECT_EQ(customs[0]->CleanPriority, CustomCleanPriorityPost);
     EXPECT_EQ(customs[0]->CustomData1, old);
     EXPECT_EQ(customs[0]->CustomData2, "");
@@ -135,7 +135,7 @@ TEST_F(CustomScan, ACommandThatStartsAThreatIsRecordedWithItsKey) {
     EXPECT_THAT(FilesOf(Evil), ElementsAre(evil));
     const auto customs = Customs(Evil);
     ASSERT_THAT(customs, SizeIs(1));
-    EXPECT_EQ(customs[0]->CustomID, 100002);
+    EXPECT_EQ(customs[0]->CustomID(), 100002);
     EXPECT_EQ(customs[0]->CleanPriority, CustomCleanPriorityPost);
     EXPECT_EQ(customs[0]->CustomData1, ExeCommand);
     EXPECT_EQ(customs[0]->CustomData2, "");
@@ -253,7 +253,7 @@ TEST_F(CustomScan, APageInsideALibraryIsAHijackNamedByANumber) {
     EXPECT_THAT(HijackOf(HiveCurrentUser, addresses::Main, "Search Page", "RES://c:\\x.dll/index.HTML#1"),
                 ElementsAre("Internet Explorer Search Page: 1"));
     const auto customs = Customs(modScannerCustom::BrowserHijackThreat);
-    EXPECT_EQ(customs[0]->CustomID, 148311);
+    EXPECT_EQ(customs[0]->CustomID(), 148311);
     EXPECT_EQ(customs[0]->CleanPriority, CustomCleanPriorityPost);
     EXPECT_THAT(found, ElementsAre(HeardThreat{"Threat detected", ScanTypeRegistry, 14831, 1}));
 }
@@ -312,7 +312,7 @@ TEST_F(CustomScan, AFalseEditorIsRecordedWithItsFilesInBothFolders) {
     Run();
     const auto customs = Customs(4092);
     ASSERT_THAT(customs, SizeIs(1));
-    EXPECT_EQ(customs[0]->CustomID, 40921);
+    EXPECT_EQ(customs[0]->CustomID(), 40921);
     EXPECT_EQ(customs[0]->CleanPriority, CustomCleanPriorityPost);
     EXPECT_EQ(customs[0]->DisplayData,
               R"(Notepad32.exe trojan exists in Shell Open Command SOFTWARE\Classes\txtfile\shell\open\command)");

@@ -41,9 +41,9 @@ protected:
         std::vector<std::string> keys;
         if (const auto detected = Detection(threat)) {
             for (const auto& key : *detected->ThreatLocationRegKeys) {
-                std::string text = key->RegHive == platform::HiveLocalMachine ? "HKLM " : "HKCU ";
-                text += key->Regkey;
-                keys.push_back(key->RegValueName.empty() ? text : text + " " + key->RegValueName);
+                std::string text = key->RegHive() == platform::HiveLocalMachine ? "HKLM " : "HKCU ";
+                text += key->Regkey();
+                keys.push_back(key->RegValueName().empty() ? text : text + " " + key->RegValueName());
             }
         }
         return keys;

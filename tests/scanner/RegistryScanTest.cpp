@@ -37,9 +37,9 @@ protected:
         for (const auto& detected : *CurrentScan()->DetectedThreats()) {
             if (detected->ThreatID == threat) {
                 for (const auto& location : *detected->ThreatLocationRegKeys) {
-                    EXPECT_EQ(location->RegHive, HiveCurrentUser);
-                    texts.push_back(location->Regkey + " [" + location->RegValueName + "] = " + location->RegValueData +
-                                    ", " + Text(location->OptionLevel));
+                    EXPECT_EQ(location->RegHive(), HiveCurrentUser);
+                    texts.push_back(location->Regkey() + " [" + location->RegValueName() +
+                                    "] = " + location->RegValueData() + ", " + Text(location->OptionLevel));
                 }
             }
         }

@@ -56,12 +56,13 @@ protected:
                 continue;
             }
             for (const auto& location : *detected->ThreatLocationRegKeys) {
-                std::string text = modHelper::GetRegistryHiveNameFromHive(location->RegHive) + "\\" + location->Regkey;
-                if (!location->RegValueName.empty()) {
-                    text += " [" + location->RegValueName + "]";
+                std::string text =
+                    modHelper::GetRegistryHiveNameFromHive(location->RegHive()) + "\\" + location->Regkey();
+                if (!location->RegValueName().empty()) {
+                    text += " [" + location->RegValueName() + "]";
                 }
-                if (!location->RegValueData.empty()) {
-                    text += "=" + location->RegValueData;
+                if (!location->RegValueData().empty()) {
+                    text += "=" + location->RegValueData();
                 }
                 keys.push_back(text);
             }

@@ -49,8 +49,8 @@ protected:
         std::vector<std::string> texts;
         for (const auto& detected : *scan->DetectedThreats()) {
             for (const auto& location : *detected->ThreatLocationRegKeys) {
-                texts.push_back(Text(detected->ThreatID) + ": " + location->Regkey + " [" + location->RegValueName +
-                                "] = " + location->RegValueData + ", " + Text(location->OptionLevel));
+                texts.push_back(Text(detected->ThreatID) + ": " + location->Regkey() + " [" + location->RegValueName() +
+                                "] = " + location->RegValueData() + ", " + Text(location->OptionLevel));
             }
         }
         return texts;

@@ -1,12 +1,14 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <unordered_map>
 
 #include "catalogue/ThreatRecord.h"
 #include "core/RuntimeError.h"
 #include "core/Text.h"
 #include "kelsdb/CheckReport.h"
+#include "platform/Platform.h"
 
 namespace kel::kelsdb {
 
@@ -25,6 +27,19 @@ constexpr std::size_t Columns = 14;
 
 constexpr std::int32_t VersionId = 0;
 constexpr std::int32_t LowestLevel = 5;
+
+// Characters that the history of scans has room for. It doesn't cut these two: a longer one ends the record of every
+// scan that finds the threat.
+constexpr std::size_t HistoryName = 60;
+constexpr std::size_t HistoryCategory = 50;
+
+void CheckLength(CheckedTable& table, std::size_t column, std::string_view what, std::size_t longest) {
+    const std::string text = table.TextOrEmptyAt(column);
+    if (platform::Current().text->Prefix(text, longest) < text.size()) {
+        table.Warning("the " + std::string(what) + " has more than " + Text(static_cast<std::int64_t>(longest)) +
+                      " characters: the history loses the detections of a scan that finds the threat");
+    }
+}
 
 // What LoadThreatObject converts when a client asks for the threat.
 void CheckConversions(CheckedTable& table) {
@@ -58,6 +73,8 @@ void CheckThreat(CheckedTable& table, std::int32_t id) {
     if (Trim(table.TextOrEmptyAt(Name)).empty()) {
         table.Warning("the threat has no name");
     }
+    CheckLength(table, Name, "name", HistoryName);
+    CheckLength(table, Category, "category", HistoryCategory);
     CheckConversions(table);
 }
 

@@ -1,8 +1,9 @@
 #include "core/RecordFilter.h"
 
 #include <algorithm>
+#include <bit>
 #include <charconv>
-#include <limits>
+#include <utility>
 
 #include "core/RuntimeError.h"
 #include "core/Text.h"
@@ -51,6 +52,13 @@ std::uint64_t HashText(std::uint64_t hash, std::string_view text) {
         }
     }
     return (hash ^ 0x1FFU) * HashFactor;
+}
+
+// The same for a number.
+std::uint64_t HashNumber(std::uint64_t hash, double number) {
+    // Nought has two forms that are equal.
+    const auto bits = std::bit_cast<std::uint64_t>(number == 0 ? 0.0 : number);
+    return (((hash ^ bits) * HashFactor) ^ (bits >> 32U)) * HashFactor;
 }
 
 std::uint32_t ShortHash(std::uint64_t hash) {
@@ -215,7 +223,7 @@ RecordFilter::RecordFilter(std::string_view text, const RecordColumns& columns)
 void RecordFilter::CollectEqualColumns() {
     std::vector<const Term*> equal;
     for (const Term& term : terms_) {
-        if (term.isText && term.op == Operator::Equal) {
+        if (term.op == Operator::Equal) {
             equal.push_back(&term);
         }
     }
@@ -226,7 +234,7 @@ void RecordFilter::CollectEqualColumns() {
     equalHash_ = HashStart;
     for (const Term* term : equal) {
         equalColumns_.push_back(term->column);
-        equalHash_ = HashText(equalHash_, term->folded);
+        equalHash_ = term->isText ? HashText(equalHash_, term->folded) : HashNumber(equalHash_, term->number);
     }
 }
 
@@ -265,30 +273,63 @@ bool RecordFilter::Matches(const RecordColumns& columns, std::size_t row) const 
                        [&](const Term& term) { return TermMatches(term, *columns[term.column], row); });
 }
 
-TextIndex::TextIndex(const RecordColumns& columns, std::vector<std::size_t> which) : which_(std::move(which)) {
-    const std::size_t rows = columns.front()->Rows();
-    entries_.reserve(rows);
-    std::string scratch;
-    for (std::size_t row = 0; row < rows; ++row) {
-        std::uint64_t hash = HashStart;
-        bool null = false;
-        for (const std::size_t column : which_) {
-            null = null || columns[column]->IsNull(row);
-            hash = null ? hash : HashText(hash, columns[column]->Text(row, scratch));
-        }
-        if (!null) {
-            entries_.emplace_back(ShortHash(hash), static_cast<std::uint32_t>(row));
-        }
-    }
-    std::sort(entries_.begin(), entries_.end());
+EqualIndex::EqualIndex(const RecordColumns& columns, std::vector<std::size_t> which) : which_(std::move(which)) {
+    Extend(columns);
 }
 
-std::span<const std::pair<std::uint32_t, std::uint32_t>> TextIndex::Candidates(std::uint64_t hash) const {
+void EqualIndex::Extend(const RecordColumns& columns) {
+    const std::size_t rows = columns.front()->Rows();
+    Grow(rows);
+    std::string scratch;
+    for (std::size_t row = entries_.size(); row < rows; ++row) {
+        std::uint64_t hash = HashStart;
+        bool null = false;
+        for (const std::size_t at : which_) {
+            const RecordColumn& column = *columns[at];
+            null = null || column.IsNull(row);
+            if (null) {
+                break;
+            }
+            hash = column.Definition().type == FieldType::VarChar ? HashText(hash, column.Text(row, scratch))
+                                                                  : HashNumber(hash, column.Real(row));
+        }
+        entries_.push_back({ShortHash(hash), None, !null});
+        if (!null) {
+            Append(static_cast<RowNumber>(row));
+        }
+    }
+}
+
+void EqualIndex::Append(RowNumber row) {
+    Chain& chain = chains_[entries_[row].hash & (chains_.size() - 1)];
+    (chain.last == None ? chain.first : entries_[chain.last].next) = row;
+    chain.last = row;
+}
+
+void EqualIndex::Grow(std::size_t rows) {
+    if (!chains_.empty() && rows <= chains_.size()) {
+        return;
+    }
+    chains_.assign(std::bit_ceil(rows), {});
+    for (RowNumber row = 0; row < entries_.size(); ++row) {
+        entries_[row].next = None;
+        if (entries_[row].in) {
+            Append(row);
+        }
+    }
+}
+
+std::optional<std::size_t> EqualIndex::Next(std::uint64_t hash, std::size_t from) const {
     const std::uint32_t sought = ShortHash(hash);
-    const auto first = std::lower_bound(entries_.begin(), entries_.end(), std::pair(sought, std::uint32_t{0}));
-    const auto last =
-        std::upper_bound(first, entries_.end(), std::pair(sought, std::numeric_limits<std::uint32_t>::max()));
-    return {first, last};
+    const bool follows =
+        from > 0 && from <= entries_.size() && entries_[from - 1].in && entries_[from - 1].hash == sought;
+    for (RowNumber row = follows ? entries_[from - 1].next : ChainOf(sought).first; row != None;
+         row = entries_[row].next) {
+        if (row >= from && entries_[row].hash == sought) {
+            return row;
+        }
+    }
+    return std::nullopt;
 }
 
 }  // namespace kel

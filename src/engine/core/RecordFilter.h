@@ -4,10 +4,9 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
-#include <span>
+#include <optional>
 #include <string>
 #include <string_view>
-#include <utility>
 #include <vector>
 
 #include "core/RecordColumn.h"
@@ -32,7 +31,7 @@ public:
     [[nodiscard]] bool IsEmpty() const { return terms_.empty(); }
     [[nodiscard]] bool Matches(const RecordColumns& columns, std::size_t row) const;
 
-    /// Text columns that must be equal to a constant, ascending, and the hash that rows with these texts have.
+    /// Columns that must be equal to a constant, ascending, and the hash that rows with these values have.
     [[nodiscard]] const std::vector<std::size_t>& EqualColumns() const { return equalColumns_; }
     [[nodiscard]] std::uint64_t EqualHash() const { return equalHash_; }
 
@@ -57,20 +56,40 @@ private:
     friend class FilterReader;
 };
 
-/// Rows by the texts that they hold in some columns, without regard to case: finds the few rows that a filter on
-/// equality can let through. It describes the rows as they were when it was made.
-class TextIndex {
+/// Rows by what they hold in some columns, texts without regard to case: finds the few rows that a filter on equality
+/// can let through. Rows that are added later are added here too; any other change of one of the columns makes the
+/// index useless.
+class EqualIndex {
 public:
-    /// Leaves out rows with a null in one of the columns.
-    TextIndex(const RecordColumns& columns, std::vector<std::size_t> which);
+    EqualIndex(const RecordColumns& columns, std::vector<std::size_t> which);
 
     [[nodiscard]] const std::vector<std::size_t>& Columns() const { return which_; }
-    /// Rows that may have this hash, ascending.
-    [[nodiscard]] std::span<const std::pair<std::uint32_t, std::uint32_t>> Candidates(std::uint64_t hash) const;
+    /// Takes in the rows behind those that are in. A row with a null in one of the columns is never found.
+    void Extend(const RecordColumns& columns);
+    /// The next row from `from` on that may have this hash. Costs no more than a step when `from` lies behind such a
+    /// row.
+    [[nodiscard]] std::optional<std::size_t> Next(std::uint64_t hash, std::size_t from) const;
 
 private:
+    using RowNumber = std::uint32_t;
+    static constexpr RowNumber None = 0xFFFFFFFF;
+    struct Chain {
+        RowNumber first = None;
+        RowNumber last = None;
+    };
+    struct Entry {
+        std::uint32_t hash = 0;
+        RowNumber next = None;
+        bool in = false;  ///< false for a row with a null
+    };
+
+    void Append(RowNumber row);
+    void Grow(std::size_t rows);
+    [[nodiscard]] const Chain& ChainOf(std::uint32_t hash) const { return chains_[hash & (chains_.size() - 1)]; }
+
     std::vector<std::size_t> which_;
-    std::vector<std::pair<std::uint32_t, std::uint32_t>> entries_;  ///< hash and row, sorted
+    std::vector<Entry> entries_;  ///< by row
+    std::vector<Chain> chains_;   ///< rows by hash, ascending; a power of two, as many as rows at least
 };
 
 }  // namespace kel

@@ -37,7 +37,7 @@ struct Recordset::Impl {
     struct Lookup {
         std::vector<std::size_t> columns;
         unsigned uses = 0;
-        std::unique_ptr<TextIndex> index;
+        std::unique_ptr<EqualIndex> index;
     };
 
     std::vector<FieldDefinition> fields;
@@ -52,7 +52,7 @@ struct Recordset::Impl {
     std::string filterText;
     RecordFilter filter;
     std::vector<Lookup> lookups;
-    const TextIndex* index = nullptr;  ///< the one that serves the current filter, of `lookups`
+    const EqualIndex* index = nullptr;  ///< the one that serves the current filter, of `lookups`
     std::optional<std::int32_t> count;
 
     std::size_t row = 0;
@@ -94,24 +94,45 @@ struct Recordset::Impl {
 
     void Reset() { *this = Impl(); }
 
-    void ForgetRows() {
-        count.reset();
+    // After a change of the rows' numbers.
+    void ForgetIndexes() {
         lookups.clear();
         index = nullptr;
+    }
+
+    // After a change of the current row.
+    void ForgetIndexes(const std::vector<std::optional<Value>>& changed) {
+        for (Lookup& lookup : lookups) {
+            if (std::any_of(lookup.columns.begin(), lookup.columns.end(),
+                            [&](std::size_t column) { return changed[column].has_value(); })) {
+                index = index == lookup.index.get() ? nullptr : index;
+                lookup.index.reset();
+                lookup.uses = 0;
+            }
+        }
+    }
+
+    void ExtendIndexes() {
+        try {
+            for (Lookup& lookup : lookups) {
+                if (lookup.index) {
+                    lookup.index->Extend(columns);
+                }
+            }
+        } catch (...) {
+            // The row is there; only the quick way to it is not.
+            ForgetIndexes();
+        }
     }
 
     // The next row from `from` on that shows.
     [[nodiscard]] std::optional<std::size_t> Next(std::size_t from) const {
         if (index != nullptr) {
-            const auto candidates = index->Candidates(filter.EqualHash());
-            auto candidate = std::lower_bound(candidates.begin(), candidates.end(), from,
-                                              [](const auto& entry, std::size_t at) { return entry.second < at; });
-            for (; candidate != candidates.end(); ++candidate) {
-                if (Shows(candidate->second)) {
-                    return candidate->second;
-                }
+            auto at = index->Next(filter.EqualHash(), from);
+            while (at && !Shows(*at)) {
+                at = index->Next(filter.EqualHash(), *at + 1);
             }
-            return std::nullopt;
+            return at;
         }
         const std::size_t rows = Rows();
         for (std::size_t at = from; at < rows; ++at) {
@@ -152,7 +173,7 @@ struct Recordset::Impl {
             found = lookups.insert(lookups.end(), Lookup{filter.EqualColumns(), 0, nullptr});
         }
         if (++found->uses >= IndexFromUses && !found->index) {
-            found->index = std::make_unique<TextIndex>(columns, found->columns);
+            found->index = std::make_unique<EqualIndex>(columns, found->columns);
         }
         index = found->index.get();
     }
@@ -183,8 +204,9 @@ struct Recordset::Impl {
             return;
         }
         OwnRows();
-        ForgetRows();
+        count.reset();
         if (!done.adding) {
+            ForgetIndexes(done.values);
             for (std::size_t i = 0; i < columns.size(); ++i) {
                 if (done.values[i]) {
                     columns[i]->Assign(row, *done.values[i]);
@@ -193,6 +215,7 @@ struct Recordset::Impl {
             return;
         }
         AppendRow(done.values);
+        ExtendIndexes();
         GoTo(Rows() - 1);
     }
 
@@ -242,7 +265,8 @@ struct Recordset::Impl {
         }
         deleted.clear();
         deletedCount = 0;
-        ForgetRows();
+        count.reset();
+        ForgetIndexes();
     }
 };
 
