@@ -35,6 +35,7 @@ public:
         }
         return error;
     }
+    std::string AlternateName(const platform::FindData& entry) override { return inner_->AlternateName(entry); }
 
 private:
     std::unique_ptr<platform::Find> inner_;

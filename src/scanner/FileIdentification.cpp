@@ -113,23 +113,42 @@ std::int32_t Identify(std::string_view path, enScanDepth depth) {
 }
 
 // Identify, and again under the short name for as long as the name is refused and there is more of it to drop.
-std::int32_t IdentifyOrRetry(std::string_view path, std::string_view altPath, enScanDepth depth) {
+template <class AltPath>
+std::int32_t IdentifyOrRetry(std::string_view path, const AltPath& giveAltPath, enScanDepth depth) {
     std::string alternate;
-    for (;;) {
+    for (bool first = true;; first = false) {
         try {
             return Identify(path, depth);
         } catch (const RuntimeError& error) {
-            if (error.Number() != ErrBadFileName || altPath.empty()) {
+            if (first && error.Number() == ErrBadFileName) {
+                alternate = giveAltPath();
+            }
+            if (error.Number() != ErrBadFileName || alternate.empty()) {
                 if (ContainsText(error.Text(), "File not found")) {
                     return 0;
                 }
                 throw;
             }
         }
-        alternate = TrimAltName(altPath);
-        altPath = alternate;
-        path = altPath.ends_with('\0') ? altPath.substr(0, altPath.size() - 1) : altPath;
+        alternate = TrimAltName(alternate);
+        path = alternate;
+        path.remove_suffix(path.ends_with('\0') ? 1 : 0);
     }
+}
+
+template <class AltPath>
+std::int32_t TestFile(std::string_view FilePath, const AltPath& giveAltPath, enScanDepth ScanDepth) {
+    std::int32_t threat = 0;
+    Trap("Scanner", "IsFileThreat", [&] {
+        std::string translated;
+        std::string_view path = Trim(FilePath);
+        if (path.find('%') != std::string_view::npos) {
+            translated = modFolderPaths::TranslateEnvironmentVariablesPaths(path);
+            path = Trim(translated);
+        }
+        threat = IdentifyOrRetry(path, giveAltPath, ScanDepth);
+    });
+    return threat;
 }
 
 }  // namespace
@@ -156,17 +175,13 @@ std::int32_t FileThreatExists(std::string_view /*ThisFile*/) {
 
 std::int32_t IsFileThreat(std::string_view FilePath, std::string_view AltPath, enScanDepth ScanDepth,
                           std::string_view /*MD5*/) {
-    std::int32_t threat = 0;
-    Trap("Scanner", "IsFileThreat", [&] {
-        std::string translated;
-        std::string_view path = Trim(FilePath);
-        if (path.find('%') != std::string_view::npos) {
-            translated = modFolderPaths::TranslateEnvironmentVariablesPaths(path);
-            path = Trim(translated);
-        }
-        threat = IdentifyOrRetry(path, AltPath, ScanDepth);
-    });
-    return threat;
+    return TestFile(
+        FilePath, [AltPath] { return std::string(AltPath); }, ScanDepth);
+}
+
+std::int32_t IsWalkedFileThreat(std::string_view FilePath, const std::function<std::string()>& AltPath,
+                                enScanDepth ScanDepth) {
+    return TestFile(FilePath, AltPath, ScanDepth);
 }
 
 std::int32_t IsFolderThreat(std::string_view FolderPath, const std::shared_ptr<clsFolderPaths>& oclsFolderPaths) {

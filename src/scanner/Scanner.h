@@ -210,7 +210,8 @@ private:
     void WalkFrom(const std::string& start, std::string_view pattern);
     void FilesListSearch(std::string path, std::string_view pattern, bool report);
     void GetFileInformation(const std::string& path, std::string_view pattern, bool report);
-    void TestWalkedFile(const std::string& fullPath, const std::string& path, const std::string& alternateName);
+    struct WalkedFile;
+    void TestWalkedFile(const WalkedFile& file);
     bool ScanZipFile(const std::string& zipPath, bool report);
     void ScanExtracted(const std::string& zipPath, const std::string& folder, bool report);
 

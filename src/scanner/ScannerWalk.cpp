@@ -36,8 +36,7 @@ bool HasNext(platform::Find& find, platform::FindData& entry) {
 }
 
 // The short name in its field, padded with code 0; nothing where the file has none.
-std::string AlternateField(const std::string& alternateName) {
-    std::string field = alternateName;
+std::string AlternateField(std::string field) {
     if (!field.empty()) {
         field.resize(AlternateNameField, '\0');
     }
@@ -45,6 +44,16 @@ std::string AlternateField(const std::string& alternateName) {
 }
 
 }  // namespace
+
+// A file that a walk comes by. Its short name is rarely wanted, and dear.
+struct Scanner::WalkedFile {
+    const std::string& fullPath;
+    const std::string& path;
+    platform::Find& find;
+    const platform::FindData& entry;
+
+    [[nodiscard]] std::string Field() const { return AlternateField(find.AlternateName(entry)); }
+};
 
 bool Scanner::ScanDriveOrFolder() {
     Trap(Module, "ScanDriveOrFolder", [&] {
@@ -145,26 +154,31 @@ void Scanner::GetFileInformation(const std::string& path, std::string_view patte
                 if (report) {
                     RequireCurrentScan()->EventStartingLocation(fullPath, ScanTypeFiles);
                 }
-                TestWalkedFile(fullPath, path, entry.alternateName);
+                TestWalkedFile({fullPath, path, **find, entry});
                 DoEvents();
             }
         }
     });
 }
 
-void Scanner::TestWalkedFile(const std::string& fullPath, const std::string& path, const std::string& alternateName) {
-    const std::string field = AlternateField(alternateName);
-    const std::int32_t threat = IsFileThreat(fullPath, field.empty() ? field : path + field, OptScanDepth);
+void Scanner::TestWalkedFile(const WalkedFile& file) {
+    const std::int32_t threat = modScannerFiles::IsWalkedFileThreat(
+        file.fullPath,
+        [&file] {
+            const std::string field = file.Field();
+            return field.empty() ? field : file.path + field;
+        },
+        OptScanDepth);
     if (threat <= 0) {
         return;
     }
     const std::shared_ptr<kel::Scan> scan = RequireCurrentScan();
-    std::string hash = modMD5::FileMD5(fullPath);
-    std::string location = fullPath;
+    std::string hash = modMD5::FileMD5(file.fullPath);
+    std::string location = file.fullPath;
     if (hash.empty()) {
-        const std::string alternate = modScannerFiles::TrimAltName(field);
+        const std::string alternate = modScannerFiles::TrimAltName(file.Field());
         if (!Trim(alternate).empty()) {
-            location = path + std::string(Trim(alternate));
+            location = file.path + std::string(Trim(alternate));
             hash = modMD5::FileMD5(location);
         }
     }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -34,6 +35,10 @@ namespace kel::modScannerFiles {
 /// @param MD5 not used: the hash is always computed here
 [[nodiscard]] std::int32_t IsFileThreat(std::string_view FilePath, std::string_view AltPath, enScanDepth ScanDepth,
                                         std::string_view MD5 = {});
+
+/// IsFileThreat with a function that gives AltPath if it is wanted, which is rare.
+[[nodiscard]] std::int32_t IsWalkedFileThreat(std::string_view FilePath, const std::function<std::string()>& AltPath,
+                                              enScanDepth ScanDepth);
 
 /// Tests a folder by its path.
 /// @param oclsFolderPaths folders for the variable form; null: those of the current scan

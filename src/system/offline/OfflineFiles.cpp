@@ -38,6 +38,14 @@ struct OpenFlags {
     bool refuse;  // an existing file is refused
 };
 
+// An enumeration, from its first entry on.
+Result<std::unique_ptr<platform::Find>> First(std::unique_ptr<platform::Find> find, FindData& first) {
+    if (find->Next(first) != SysError::Success) {
+        return SysError::FileNotFound;
+    }
+    return find;
+}
+
 OpenFlags FlagsOf(OpenMode mode) {
     switch (mode) {
         case OpenMode::ReadWrite:
@@ -72,6 +80,10 @@ std::optional<std::filesystem::path> OfflineFiles::HostPath(std::string_view pat
     return host;
 }
 
+bool OfflineFiles::IsFileAtOnce(std::string_view path, struct stat& status) {
+    return resolver_.StatAtOnce(path, status) && S_ISREG(status.st_mode);
+}
+
 Result<Place> OfflineFiles::Existing(std::string_view path) {
     auto place = resolver_.Locate(path);
     if (!place) {
@@ -94,10 +106,15 @@ Result<FindData> OfflineFiles::Data(const Place& place) {
 }
 
 bool OfflineFiles::PathExists(std::string_view path) {
-    return Existing(path).Ok();
+    struct stat status;
+    return IsFileAtOnce(path, status) || Existing(path).Ok();
 }
 
 int OfflineFiles::PathIsDirectory(std::string_view path) {
+    struct stat status;
+    if (IsFileAtOnce(path, status)) {
+        return 0;
+    }
     const auto attributes = Attributes(path);
     return attributes.Ok() && (*attributes & platform::AttributeDirectory) != 0 ? 16 : 0;
 }
@@ -133,6 +150,15 @@ Result<std::unique_ptr<platform::Find>> OfflineFiles::FindNames(std::string_view
 
 Result<std::unique_ptr<platform::Find>> OfflineFiles::Enumerate(std::string_view pattern, FindData& first,
                                                                 FindDetail detail) {
+    constexpr std::string_view AllOf = "\\*.*";
+    if (detail == FindDetail::Names && pattern.ends_with(AllOf)) {
+        const auto folder = resolver_.FolderAt(pattern.substr(0, pattern.size() - AllOf.size() + 1));
+        const auto listing = folder ? folder->List() : SysError::PathNotFound;
+        if (listing) {
+            return First(std::make_unique<PatternFind>(folder, *listing, FindPattern("*.*"), folder->IsRoot(), detail),
+                         first);
+        }
+    }
     auto place = resolver_.Locate(pattern, true);
     if (!place) {
         return place.Error();
@@ -157,11 +183,7 @@ Result<std::unique_ptr<platform::Find>> OfflineFiles::Enumerate(std::string_view
         return std::unique_ptr<platform::Find>(std::make_unique<SingleFind>());
     }
     const bool root = place->path.parts.size() == 1;
-    auto find = std::make_unique<PatternFind>(place->folder, *listing, FindPattern(place->name), root, detail);
-    if (find->Next(first) != SysError::Success) {
-        return SysError::FileNotFound;
-    }
-    return std::unique_ptr<platform::Find>(std::move(find));
+    return First(std::make_unique<PatternFind>(place->folder, *listing, FindPattern(place->name), root, detail), first);
 }
 
 SysError OfflineFiles::Remove(std::string_view path) {
@@ -323,11 +345,14 @@ Result<std::unique_ptr<platform::FileView>> OfflineFiles::View(std::string_view 
 }
 
 Result<std::uint64_t> OfflineFiles::Length(std::string_view path) {
+    struct stat status;
+    if (IsFileAtOnce(path, status)) {
+        return static_cast<std::uint64_t>(status.st_size);
+    }
     auto place = Existing(path);
     if (!place) {
         return place.Error();
     }
-    struct stat status {};
     if (place->IsRoot() || fstatat(place->folder->Fd(), place->OnHost().c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0 ||
         !S_ISREG(status.st_mode)) {
         return SysError::AccessDenied;

@@ -1,6 +1,8 @@
 // The files of a machine that does not run: directories of the host as drives.
 #pragma once
 
+#include <sys/stat.h>
+
 #include <filesystem>
 #include <optional>
 #include <string>
@@ -50,6 +52,8 @@ public:
 private:
     platform::Result<std::unique_ptr<platform::Find>> Enumerate(std::string_view pattern, platform::FindData& first,
                                                                 FindDetail detail);
+    /// A plain file that is there under exactly that name; of all others the long way tells more.
+    bool IsFileAtOnce(std::string_view path, struct stat& status);
     /// The place of something that is there, else FileNotFound; InvalidName for a file with a trailing backslash.
     platform::Result<Place> Existing(std::string_view path);
     platform::Result<platform::FindData> Data(const Place& place);

@@ -110,11 +110,14 @@ private:
 }  // namespace
 
 Result<FileStamp> OfflineFiles::Stamp(std::string_view path) {
+    struct stat status;
+    if (IsFileAtOnce(path, status)) {
+        return StampOf(status);
+    }
     auto place = Existing(path);
     if (!place) {
         return place.Error();
     }
-    struct stat status {};
     if (place->IsRoot() || fstatat(place->folder->Fd(), place->OnHost().c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0 ||
         !S_ISREG(status.st_mode)) {
         return SysError::AccessDenied;
@@ -123,10 +126,9 @@ Result<FileStamp> OfflineFiles::Stamp(std::string_view path) {
 }
 
 std::unique_ptr<FolderAhead> OfflineFiles::Ahead(std::string_view folder) {
-    auto place = Existing(folder);
-    auto open = place ? resolver_.Open(*place) : Result<std::shared_ptr<Folder>>(place.Error());
-    auto listing = open ? (*open)->List() : Result<std::shared_ptr<Listing>>(open.Error());
-    return listing ? std::make_unique<HostFolderAhead>(*open, *listing) : nullptr;
+    auto open = resolver_.FolderAt(folder);
+    auto listing = open ? open->List() : SysError::PathNotFound;
+    return listing ? std::make_unique<HostFolderAhead>(std::move(open), *listing) : nullptr;
 }
 
 }  // namespace kel::offline

@@ -62,29 +62,39 @@ bool PatternFind::Matches(std::size_t index) {
 
 bool PatternFind::DescribeByListing(std::size_t index, FindData& entry) {
     const unsigned char kind = listing_->Kind(index);
-    if (folder_->OfDrive().ntfs || (kind != DT_REG && kind != DT_DIR)) {
-        return false;
-    }
-    // What went away in between is left out, as with all details.
-    const std::string_view name = listing_->Name(index);
-    const auto host = HostName(name);
-    struct stat status {};
-    if (!host || fstatat(folder_->Fd(), host->c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0 ||
-        IFTODT(status.st_mode) != kind) {
+    if (kind != DT_REG && kind != DT_DIR) {
         return false;
     }
     entry.attributes = kind == DT_DIR ? platform::AttributeDirectory : platform::AttributeArchive;
-    entry.name = name;
-    entry.alternateName = listing_->ShortName(index);
+    entry.name = listing_->Name(index);
+    entry.alternateName.clear();
     return true;
+}
+
+bool PatternFind::DescribeDots(FindData& entry) {
+    if (detail_ == FindDetail::Names) {
+        entry.attributes = platform::AttributeDirectory;
+    } else if (auto data = EntryData(folder_->Fd(), ".", folder_->OfDrive().ntfs)) {
+        entry = *std::move(data);
+    } else {
+        return false;
+    }
+    entry.name = dots_ == 0 ? "." : "..";
+    entry.alternateName.clear();
+    return true;
+}
+
+std::string PatternFind::AlternateName(const FindData& entry) {
+    if (detail_ == FindDetail::All || next_ == 0) {
+        return entry.alternateName;
+    }
+    const std::size_t index = next_ - 1;
+    return kel::offline::AlternateName(*folder_, *listing_, index, HostName(listing_->Name(index)).value_or(""));
 }
 
 SysError PatternFind::Next(FindData& entry) {
     if (dots_ < 2) {
-        auto data = EntryData(folder_->Fd(), ".", folder_->OfDrive().ntfs);
-        if (data) {
-            entry = *std::move(data);
-            entry.name = dots_ == 0 ? "." : "..";
+        if (DescribeDots(entry)) {
             ++dots_;
             return SysError::Success;
         }

@@ -149,6 +149,7 @@ Listing* Folder::OwnListing() {
 }
 
 void Folder::Changed() {
+    ++drive_->changes;
     struct stat status {};
     if (fstat(fd_.Get(), &status) == 0) {
         modified_ = status.st_mtim;
@@ -163,6 +164,7 @@ void Folder::Added(std::string_view name) {
     const auto host = HostName(name);
     struct stat status {};
     if (listing == nullptr || !host || fstatat(fd_.Get(), host->c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) {
+        ++drive_->changes;
         listing_.reset();
         return;
     }
@@ -171,6 +173,7 @@ void Folder::Added(std::string_view name) {
 }
 
 void Folder::Removed(std::string_view name) {
+    ++drive_->changes;
     if (Listing* listing = OwnListing(); listing != nullptr) {
         listing->Remove(name);
         Changed();
@@ -192,6 +195,7 @@ void PathResolver::AddDrive(char letter, const std::filesystem::path& folder, bo
     if (place != drives_.end() && (*place)->letter == letter) {
         recent_.clear();
         byKey_.clear();
+        known_ = {};
         std::swap(*place, drive);
         replaced_.push_back(std::move(drive));  // open enumerations may still look at it
     } else {
@@ -397,6 +401,7 @@ Result<std::shared_ptr<Folder>> PathResolver::Open(const Place& place, int hops)
 }
 
 void PathResolver::Forget(const Place& place) {
+    ++place.OfDrive().changes;
     const std::string key = place.folder->key_ + "/" + place.OnHost();
     for (auto it = recent_.begin(); it != recent_.end();) {
         if ((*it)->key_ == key || (*it)->key_.starts_with(key + "/")) {

@@ -3,6 +3,7 @@
 
 #include <sys/stat.h>
 
+#include <array>
 #include <cstdint>
 #include <filesystem>
 #include <list>
@@ -26,8 +27,9 @@ struct Drive {
     char letter = 'C';
     std::filesystem::path folder;
     HostFd root;
-    bool hidden = false;  ///< a host folder: not in the list of drives
-    bool ntfs = false;    ///< the mount shows attributes, 8.3 names and times of NTFS
+    bool hidden = false;                ///< a host folder: not in the list of drives
+    bool ntfs = false;                  ///< the mount shows attributes, 8.3 names and times of NTFS
+    mutable std::uint64_t changes = 0;  ///< of our own, in any of its folders
 };
 
 /// Device and inode.
@@ -38,6 +40,7 @@ class Folder {
 public:
     [[nodiscard]] int Fd() const { return fd_.Get(); }
     [[nodiscard]] const Drive& OfDrive() const { return *drive_; }
+    [[nodiscard]] bool IsRoot() const { return key_.size() == 1; }
     /// Reads the folder again if it changed since.
     platform::Result<std::shared_ptr<Listing>> List();
     /// The entry of that name, long or short: its name as listed. FileNotFound when there is none.
@@ -97,6 +100,13 @@ public:
     /// The place, opened as a folder; a junction's target for a junction. PathNotFound when it is none.
     platform::Result<std::shared_ptr<Folder>> Open(const Place& place);
 
+    /// The folder that `text` leads to, an absolute path with a backslash at its end. Null when there is none, and for
+    /// other forms of paths. Cheap for the few that were asked for last.
+    std::shared_ptr<Folder> FolderAt(std::string_view text);
+    /// What is there under exactly that name, in one call and without looking its folder through. False where that
+    /// does not tell; the long way may find it.
+    bool StatAtOnce(std::string_view path, struct stat& status);
+
     /// Forgets what is remembered of a folder and all below it, before it is moved or deleted.
     void Forget(const Place& place);
 
@@ -116,9 +126,22 @@ private:
     std::shared_ptr<Folder> Cached(const std::string& key);
     void Remember(const std::shared_ptr<Folder>& folder);
 
+    // A folder by the text that led to it.
+    struct Known {
+        std::string text;
+        std::shared_ptr<Folder> folder;
+        std::string onHost;         // from its drive's root on, with a slash at the end
+        bool asListed = false;      // spelled as the host has it
+        std::uint64_t changes = 0;  // of the drive
+        std::int64_t tick = 0;
+    };
+    [[nodiscard]] const Known* Remembered(std::string_view text) const;
+
     std::vector<std::unique_ptr<Drive>> drives_;  // sorted by letter
     std::vector<std::unique_ptr<Drive>> replaced_;
     WindowsPath current_;
+    std::array<Known, 4> known_;  // a walk and what reads ahead of it are in two folders at a time
+    std::size_t replacedKnown_ = 0;
     std::list<std::shared_ptr<Folder>> recent_;  // the last used first
     std::unordered_map<std::string, std::list<std::shared_ptr<Folder>>::iterator> byKey_;
 };

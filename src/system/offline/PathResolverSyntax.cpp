@@ -18,6 +18,15 @@ bool IsReserved(char byte) {
     return static_cast<unsigned char>(byte) < 0x20 || Reserved.find(byte) != std::string_view::npos;
 }
 
+// The bytes of plain names.
+constexpr std::array<bool, 256> PlainBytes = [] {
+    std::array<bool, 256> plain{};
+    for (unsigned byte = 0x20; byte < 0x7F; ++byte) {
+        plain[byte] = Reserved.find(static_cast<char>(byte)) == std::string_view::npos;
+    }
+    return plain;
+}();
+
 char UpperLetter(char letter) {
     return letter >= 'a' && letter <= 'z' ? static_cast<char>(letter - 'a' + 'A') : letter;
 }
@@ -161,6 +170,9 @@ Result<WindowsPath> ParsePath(std::string_view path, const WindowsPath& current,
 }
 
 std::string ShownName(std::string_view hostName) {
+    if (IsPlainName(hostName)) {
+        return std::string(hostName);
+    }
     std::string out;
     out.reserve(hostName.size());
     for (std::size_t at = 0; at < hostName.size();) {
@@ -189,7 +201,23 @@ std::string ShownName(std::string_view hostName) {
     return out;
 }
 
+bool IsPlainName(std::string_view name) {
+    constexpr std::size_t Longest = 255;
+    if (name.empty() || name.size() > Longest || name.back() == '.' || name.back() == ' ') {
+        return false;
+    }
+    for (const char byte : name) {
+        if (!PlainBytes[static_cast<unsigned char>(byte)]) {
+            return false;
+        }
+    }
+    return !IsDeviceName(name);
+}
+
 std::optional<std::string> HostName(std::string_view name) {
+    if (IsPlainName(name)) {
+        return std::string(name);
+    }
     std::string host;
     host.reserve(name.size());
     for (std::size_t at = 0; at < name.size();) {
@@ -213,16 +241,20 @@ bool IsDeviceName(std::string_view name) {
     if (stem.size() < 3 || stem.size() > 7) {
         return false;
     }
-    const std::string upper = FoldName(stem);
+    // No other letter becomes one of these in upper case.
+    const auto is = [](std::string_view text, std::string_view device) {
+        return std::equal(text.begin(), text.end(), device.begin(), device.end(),
+                          [](char left, char right) { return UpperLetter(left) == right; });
+    };
     for (const std::string_view device : {"CON", "PRN", "AUX", "NUL", "CONIN$", "CONOUT$"}) {
-        if (upper == device) {
+        if (is(stem, device)) {
             return true;
         }
     }
-    if (!upper.starts_with("COM") && !upper.starts_with("LPT")) {
+    if (!is(stem.substr(0, 3), "COM") && !is(stem.substr(0, 3), "LPT")) {
         return false;
     }
-    const std::string_view number = std::string_view(upper).substr(3);
+    const std::string_view number = stem.substr(3);
     return (number.size() == 1 && number[0] >= '1' && number[0] <= '9') || number == "\u00B9" || number == "\u00B2" ||
            number == "\u00B3";
 }

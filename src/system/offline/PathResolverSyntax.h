@@ -31,6 +31,10 @@ struct WindowsPath {
 /// lone surrogate U+DC00 + byte, in three bytes; no valid name holds one, so that the way back is unambiguous.
 [[nodiscard]] std::string ShownName(std::string_view hostName);
 
+/// Whether a name is the same here and there and stands for itself: ASCII, with nothing that must be escaped, no
+/// device's, and no longer than a host's name may be.
+[[nodiscard]] bool IsPlainName(std::string_view name);
+
 /// The way back. Nothing when `name` is no name that ShownName gives: never a slash, never `.` or `..`.
 [[nodiscard]] std::optional<std::string> HostName(std::string_view name);
 

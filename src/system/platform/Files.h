@@ -55,6 +55,8 @@ public:
     virtual ~Find() = default;
     /// Fills `entry` with the next match. SysError::NoMoreFiles at the end.
     virtual SysError Next(FindData& entry) = 0;
+    /// The 8.3 name of the entry that was given last, empty where there is none: for enumerations of names.
+    virtual std::string AlternateName(const FindData& entry) { return entry.alternateName; }
 };
 
 /// An open file with a position. Closed by its destructor.
@@ -153,8 +155,9 @@ public:
     /// SysError::FileNotFound when nothing matches, PathNotFound when the folder is not there.
     virtual Result<std::unique_ptr<Find>> FindFirst(std::string_view pattern, FindData& first) = 0;
 
-    /// FindFirst for a caller that looks at the names and the directory bit alone: of the rest of `first` and of what
-    /// follows nothing is sure. Where that is cheaper than the whole.
+    /// FindFirst for a caller that looks at the name and the directory bit alone, and asks Find::AlternateName for the
+    /// other one: of the rest of `first` and of what follows nothing is sure. Where that is cheaper than the whole;
+    /// what went away since the listing began may still be given then.
     virtual Result<std::unique_ptr<Find>> FindNames(std::string_view pattern, FindData& first) {
         return FindFirst(pattern, first);
     }
