@@ -14,4 +14,8 @@ ExitCode Verdict(const SummaryRecord& summary) {
     return summary.unreadable > 0 || summary.errors > 0 ? ExitIncomplete : ExitClean;
 }
 
+ExitCode Verdict(const CleanSummaryRecord& summary) {
+    return summary.partial > 0 || summary.failed > 0 || summary.interrupted ? ExitIncomplete : ExitClean;
+}
+
 }  // namespace kel::frontend

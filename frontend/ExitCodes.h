@@ -4,6 +4,7 @@
 namespace kel::frontend {
 
 struct SummaryRecord;
+struct CleanSummaryRecord;
 
 enum ExitCode : int {
     ExitClean = 0,    ///< the scan ran to its end and found nothing; another command did its work
@@ -17,5 +18,9 @@ enum ExitCode : int {
 
 /// What a scan that ran ends the program with. Nothing found is only clean when everything could be looked at.
 [[nodiscard]] ExitCode Verdict(const SummaryRecord& summary);
+
+/// What a clean ends the program with: done, or incomplete when something of what was asked for is left or was broken
+/// off. What the user did not want, and what was not there, counts as done.
+[[nodiscard]] ExitCode Verdict(const CleanSummaryRecord& summary);
 
 }  // namespace kel::frontend

@@ -56,4 +56,54 @@ void JsonlSink::Summary(const SummaryRecord& record) {
                          {"cookies", record.cookies}}));
 }
 
+void JsonlSink::CleanStart(const CleanStartRecord& record) {
+    out_.Write(JsonLine({{"type", "clean_start"},
+                         {"scan", Utf8(record.scanId)},
+                         {"action", record.destroys ? "destroy" : "quarantine"},
+                         {"dry_run", record.dryRun},
+                         {"from_history", record.fromHistory},
+                         {"threats", record.threats},
+                         {"not_available", record.notAvailable}}));
+}
+
+void JsonlSink::Cleaned(const CleanRecord& record) {
+    for (const CleanItem& item : record.items) {
+        out_.Write(JsonLine({{"type", "clean_item"},
+                             {"threat", record.threat},
+                             {"kind", item.kind},
+                             {"location", Utf8(item.location)},
+                             {"result", NameOf(item.result)}}));
+    }
+    out_.Write(JsonLine({{"type", "clean"},
+                         {"threat", record.threat},
+                         {"name", Utf8(record.name)},
+                         {"result", NameOf(record.result)},
+                         {"reason", Utf8(record.reason)},
+                         {"quarantine", Utf8(record.quarantine)}}));
+}
+
+void JsonlSink::CleanSummary(const CleanSummaryRecord& record) {
+    out_.Write(JsonLine({{"type", "clean_summary"},
+                         {"action", record.destroys ? "destroy" : "quarantine"},
+                         {"dry_run", record.dryRun},
+                         {"cleaned", record.cleaned},
+                         {"partial", record.partial},
+                         {"failed", record.failed},
+                         {"not_detected", record.notDetected},
+                         {"skipped", record.skipped},
+                         {"removed", record.removed},
+                         {"left", record.left},
+                         {"errors", record.errors},
+                         {"interrupted", record.interrupted},
+                         {"next_start", record.nextStart}}));
+}
+
+void JsonlSink::Write(const WriteRecord& record) {
+    out_.Write(JsonLine({{"type", "write"},
+                         {"kind", record.kind},
+                         {"target", Utf8(record.target)},
+                         {"other", Utf8(record.other)},
+                         {"text", Utf8(record.text)}}));
+}
+
 }  // namespace kel::frontend

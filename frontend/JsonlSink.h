@@ -14,6 +14,10 @@ public:
     void Finding(const FindingRecord& record) override;
     void Error(const ErrorRecord& record) override;
     void Summary(const SummaryRecord& record) override;
+    void CleanStart(const CleanStartRecord& record) override;
+    void Cleaned(const CleanRecord& record) override;
+    void CleanSummary(const CleanSummaryRecord& record) override;
+    void Write(const WriteRecord& record) override;
 
 private:
     Output& out_;

@@ -36,6 +36,10 @@ std::string Machine::Name() const {
     return "live";
 }
 
+std::string Machine::HostPath(const std::string& path) const {
+    return path;
+}
+
 std::vector<std::string> Machine::Notes() const {
     return {};
 }
@@ -55,6 +59,7 @@ Machine::Machine(const SessionOptions& options) {
     offline::MachineOptions machine;
     machine.machine = options.machine;
     machine.user = options.user;
+    machine.writable = options.writable;
     for (const std::string& drive : options.drives) {
         machine.drives.push_back({static_cast<char>(drive[0] & ~0x20), drive.substr(2)});
     }
@@ -78,6 +83,11 @@ std::string Machine::HostFolder(const std::string& folder) {
 
 std::string Machine::Name() const {
     return impl_->name;
+}
+
+std::string Machine::HostPath(const std::string& path) const {
+    const auto host = impl_->platform.HostPath(path);
+    return host ? host->string() : std::string();
 }
 
 std::vector<std::string> Machine::Notes() const {

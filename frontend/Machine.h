@@ -20,7 +20,8 @@ public:
 
 class Machine {
 public:
-    /// Opens it read-only. Throws MachineError. Options that name nothing are a machine without drives, which is what
+    /// Opens it read-only unless the options say otherwise. Throws MachineError, also for a machine that can't be
+    /// written and was to be. Options that name nothing are a machine without drives, which is what
     /// commands need that look at host folders alone.
     explicit Machine(const SessionOptions& options);
     ~Machine();
@@ -32,6 +33,8 @@ public:
     [[nodiscard]] std::string HostFolder(const std::string& folder);
     /// The same; a missing folder is made first.
     [[nodiscard]] std::string MakeHostFolder(const std::string& folder);
+    /// The host's path behind one of the engine's; empty when it is not there.
+    [[nodiscard]] std::string HostPath(const std::string& path) const;
     /// How the machine is called in the output.
     [[nodiscard]] std::string Name() const;
     /// What people should know of its registry: a hive brought up to date from its logs, damaged or left out.

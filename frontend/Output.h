@@ -1,4 +1,4 @@
-// The program's two streams, and results that are written whole or not without notice.
+// The program's streams, and results that are written whole or not without notice.
 #pragma once
 
 #include <cstdio>
@@ -11,6 +11,7 @@ namespace kel::frontend {
 struct Streams {
     std::FILE* out;
     std::FILE* err;
+    std::FILE* in = nullptr;  ///< where questions are answered; null: nobody can be asked
 };
 
 /// A stream of results. Nothing is held back, and the first failure is remembered.

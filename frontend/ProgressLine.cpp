@@ -41,8 +41,17 @@ void ProgressLine::Show(std::string_view stage, std::int64_t count, std::string_
     last_ = now;
     const double seconds = std::chrono::duration<double>(now - began_).count();
     const auto rate = static_cast<long long>(seconds > 0 ? static_cast<double>(count) / seconds : 0);
-    std::string line = std::string(stage) + "  " + std::to_string(count) + "  " + std::to_string(rate) + "/s  ";
-    line = Fitting(std::move(line), ShownText(location), static_cast<std::size_t>(Columns(out_) - 1));
+    Draw(std::string(stage) + "  " + std::to_string(count) + "  " + std::to_string(rate) + "/s  ", ShownText(location));
+}
+
+void ProgressLine::Say(std::string_view who, std::string_view what) {
+    if (enabled_) {
+        Draw(ShownText(who) + (who.empty() ? "" : ": "), ShownText(what));
+    }
+}
+
+void ProgressLine::Draw(std::string line, const std::string& end) {
+    line = Fitting(std::move(line), end, static_cast<std::size_t>(Columns(out_) - 1));
     std::fprintf(out_, "\r\x1b[K%s", line.c_str());
     std::fflush(out_);
     drawn_ = true;

@@ -15,9 +15,14 @@ public:
     void Finding(const FindingRecord& /*record*/) override {}
     void Error(const ErrorRecord& record) override;
     void Summary(const SummaryRecord& record) override;
+    void CleanStart(const CleanStartRecord& record) override;
+    void Cleaned(const CleanRecord& record) override;
+    void CleanSummary(const CleanSummaryRecord& record) override;
+    void Write(const WriteRecord& record) override;
 
 private:
     std::FILE* err_;
+    bool destroys_ = false;
 };
 
 }  // namespace kel::frontend

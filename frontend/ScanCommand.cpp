@@ -3,16 +3,22 @@
 #include <chrono>
 #include <cstdio>
 #include <memory>
+#include <set>
 
+#include "catalogue/Threats.h"
 #include "core/EngineState.h"
+#include "core/Text.h"
 #include "core/Value.h"
 #include "engine/Manager.h"
+#include "frontend/CleanTargets.h"
+#include "frontend/Cleaning.h"
 #include "frontend/ExitCodes.h"
 #include "frontend/FindingTracker.h"
 #include "frontend/HtmlSink.h"
 #include "frontend/Interrupt.h"
 #include "frontend/JsonlSink.h"
 #include "frontend/ProgressLine.h"
+#include "frontend/Question.h"
 #include "frontend/QuietSink.h"
 #include "frontend/ResultFile.h"
 #include "frontend/ScanObserver.h"
@@ -64,6 +70,20 @@ void RequireTargets(const std::vector<std::string>& targets) {
     }
 }
 
+// Shows what would go, and asks.
+bool MayRemove(const std::vector<CleanOrder>& orders, const ScanOptions& options, const Streams& streams) {
+    std::string question = options.destroy ? "These threats will be removed from the machine for good:\n"
+                                           : "These threats will be removed from the machine into the quarantine:\n";
+    for (const CleanOrder& order : orders) {
+        question += "  " + ShownText(Threats().GetThreatDisplayName(order.threat)) + "  (threat " +
+                    std::to_string(order.threat) + ")\n";
+        for (const CleanTarget& target : order.targets) {
+            question += "    " + std::string(target.kind) + "  " + ShownText(target.location) + "\n";
+        }
+    }
+    return Ask(streams, question + "Go on? [y/N] ");
+}
+
 // A report, and where it goes.
 struct WantedReport {
     ScanReport kind;
@@ -74,9 +94,10 @@ struct WantedReport {
 // One run of the command, from the loading of the data to the summary.
 class Run {
 public:
-    Run(const ScanOptions& options, Session& session, Sink& sink, ProgressLine& progress)
+    Run(const ScanOptions& options, Session& session, Sink& sink, ProgressLine& progress, const Streams& streams)
         : options_(options),
           session_(session),
+          streams_(streams),
           sink_(sink),
           progress_(progress),
           observer_(sink, progress),
@@ -106,9 +127,13 @@ private:
     void StopIfAsked();
     bool ScanAll();
     bool ScanOne();
+    void RequireThreats();
+    [[nodiscard]] std::vector<CleanOrder> Orders(std::vector<CleanRecord>& notDetected);
+    [[nodiscard]] CleanSummaryRecord Clean(bool complete);
 
     const ScanOptions& options_;
     Session& session_;
+    const Streams& streams_;
     Sink& sink_;
     ProgressLine& progress_;
     ScanObserver observer_;
@@ -121,7 +146,7 @@ private:
 void Run::Start(const ScanStages& stages, const std::vector<std::string>& targets) {
     sink_.Start({scan_->ScanID, session_.TheMachine().Name(), targets, DepthNames[options_.depth],
                  State().ThreatDataVersion, stages.notAvailable, stages.Names(), options_.threat,
-                 DateText(scan_->StartDate)});
+                 DateText(scan_->StartDate), options_.Cleans()});
 }
 
 void Run::Listen() {
@@ -202,10 +227,81 @@ bool Run::ScanOne() {
     return scanned && !aborting_;
 }
 
+void Run::RequireThreats() {
+    for (const std::int32_t threat : options_.threats) {
+        if (session_.Manager().Threats()->GetThreatByThreatID(threat) == nullptr) {
+            throw MachineError("no threat " + std::to_string(threat) + " in the catalogue");
+        }
+    }
+}
+
+std::vector<CleanOrder> Run::Orders(std::vector<CleanRecord>& notDetected) {
+    std::vector<CleanOrder> orders;
+    const auto& detected = *scan_->DetectedThreats();
+    if (options_.threats.empty()) {
+        for (const auto& threat : detected) {
+            orders.push_back({threat->ThreatID, TargetsOf(*threat)});
+        }
+        return orders;
+    }
+    std::set<std::int32_t> once;
+    for (const std::int32_t number : options_.threats) {
+        if (!once.insert(number).second) {
+            continue;
+        }
+        if (const auto* threat = detected.Find("ThreatID:" + Text(number))) {
+            orders.push_back({number, TargetsOf(**threat)});
+            continue;
+        }
+        CleanRecord record;
+        record.threat = number;
+        record.name = session_.Manager().Threats()->GetThreatDisplayName(number);
+        record.result = CleanRecord::Result::NotDetected;
+        notDetected.push_back(record);
+    }
+    return orders;
+}
+
+CleanSummaryRecord Run::Clean(bool complete) {
+    std::vector<CleanRecord> notDetected;
+    const std::vector<CleanOrder> orders = Orders(notDetected);
+    CleanStartRecord start;
+    start.scanId = scan_->ScanID;
+    start.destroys = options_.destroy;
+    start.dryRun = options_.dryRun;
+    for (const CleanOrder& order : orders) {
+        start.threats.push_back(order.threat);
+    }
+    if (!orders.empty()) {
+        start.notAvailable = CleanWorkNotAvailable(session_.View().can);
+    }
+    sink_.CleanStart(start);
+
+    Cleaning cleaning(session_, sink_, progress_, observer_);
+    CleanSummaryRecord summary;
+    if (!complete && Interrupt::Requested()) {
+        summary = cleaning.Skip(orders, options_.destroy, "the scan was interrupted by the user");
+        summary.interrupted = true;
+    } else if (!orders.empty() && !options_.yes && !options_.dryRun && !MayRemove(orders, options_, streams_)) {
+        summary = cleaning.Skip(orders, options_.destroy, "not wanted by the user");
+    } else {
+        summary = cleaning.Clean(scan_->ScanID, scan_->DetectedThreats(), orders, options_.destroy);
+    }
+    for (const CleanRecord& record : notDetected) {
+        sink_.Cleaned(record);
+        ++summary.notDetected;
+    }
+    sink_.CleanSummary(summary);
+    return summary;
+}
+
 int Run::Scan(std::vector<WantedReport>& reports) {
     const auto began = std::chrono::steady_clock::now();
     session_.Load();
     const Interrupt interrupt;
+    if (options_.Cleans()) {
+        RequireThreats();
+    }
     const bool finished = options_.threat != 0 ? ScanOne() : ScanAll();
     session_.TheMachine().OnYield({});
     tracker_.UpdateAll(*scan_);
@@ -227,7 +323,12 @@ int Run::Scan(std::vector<WantedReport>& reports) {
     summary.unreadable = observer_.Unreadable();
     summary.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - began).count();
     sink_.Summary(summary);
-    return Verdict(summary);
+    const int verdict = Verdict(summary);
+    if (!options_.Cleans()) {
+        return verdict;
+    }
+    const int cleaned = Verdict(Clean(finished));
+    return cleaned != ExitClean ? cleaned : verdict;
 }
 
 std::unique_ptr<Sink> MakeSink(OutputFormat format, Output& out, std::FILE* stream, std::FILE* err) {
@@ -270,7 +371,7 @@ int Work(const ScanOptions& options, Session& session, const Streams& streams) {
     }
     const auto sink = MakeSink(format, results, both ? streams.out : file.Stream(), streams.err);
     ProgressLine progress(streams.err, !options.noProgress && IsTerminal(streams.err));
-    const int code = Run(options, session, *sink, progress).Scan(reports);
+    const int code = Run(options, session, *sink, progress, streams).Scan(reports);
     for (const WantedReport& report : reports) {
         report.out->KeepLineEnds();
         report.out->Write(report.text);
@@ -286,7 +387,20 @@ int Work(const ScanOptions& options, Session& session, const Streams& streams) {
 }  // namespace
 
 int RunScan(const ScanOptions& options, const Streams& streams) {
-    return InSession(options, "scan", streams, [&](Session& session) { return Work(options, session, streams); });
+    if (!options.Cleans()) {
+        return InSession(options, "scan", streams, [&](Session& session) { return Work(options, session, streams); });
+    }
+    if (!options.yes && !options.dryRun && !CanAsk(streams)) {
+        std::fprintf(streams.err,
+                     "ombrelane scan: --%s removes threats from the machine, and there is no terminal to ask on; say "
+                     "--yes, or --dry-run to see what would be done\nRun with --help for more information.\n",
+                     options.destroy ? "destroy" : "quarantine");
+        return ExitUsage;
+    }
+    ScanOptions cleaning = options;
+    cleaning.threat = 0;
+    cleaning.writable = !options.dryRun;
+    return InSession(cleaning, "scan", streams, [&](Session& session) { return Work(cleaning, session, streams); });
 }
 
 }  // namespace kel::frontend

@@ -3,7 +3,7 @@
 namespace kel::frontend {
 
 ScanObserver::ScanObserver(Sink& sink, ProgressLine& progress) : sink_(sink), progress_(progress) {
-    ObserveFailures([this](const FailureRecord& record) { OnFailure(record); });
+    ObserveFailures([this](const FailureRecord& record) { Note(record); });
 }
 
 ScanObserver::~ScanObserver() {
@@ -19,7 +19,7 @@ void ScanObserver::OnUnreadable(std::string_view path, platform::SysError error)
         {"unreadable", "can't be read (error " + std::to_string(platform::Number(error)) + ")", std::string(path)});
 }
 
-void ScanObserver::OnFailure(const FailureRecord& record) {
+void ScanObserver::Note(const FailureRecord& record) {
     const bool table = record.procedure == "InitializeScanData" || record.procedure == "InitializeThreatData";
     tablesComplete_ = tablesComplete_ && !table;
     // The history reports the adding of a scan under this name.
@@ -27,6 +27,9 @@ void ScanObserver::OnFailure(const FailureRecord& record) {
     ++errors_;
     progress_.Clear();
     sink_.Error({"engine", record.module + "." + record.procedure + ": " + record.description, {}});
+    if (listener_) {
+        listener_(record);
+    }
 }
 
 }  // namespace kel::frontend

@@ -6,6 +6,7 @@
 #include <set>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "core/Failures.h"
 #include "frontend/ProgressLine.h"
@@ -24,6 +25,8 @@ public:
     ScanObserver& operator=(const ScanObserver&) = delete;
 
     void OnUnreadable(std::string_view path, platform::SysError error);
+    /// Called for each failure of the engine too, from now on; empty: nobody.
+    void OnFailure(std::function<void(const FailureRecord& record)> listener) { listener_ = std::move(listener); }
 
     [[nodiscard]] std::int64_t Errors() const { return errors_; }
     [[nodiscard]] std::int64_t Unreadable() const { return static_cast<std::int64_t>(unreadable_.size()); }
@@ -33,10 +36,11 @@ public:
     [[nodiscard]] bool HistoryWaits() const { return historyWaits_; }
 
 private:
-    void OnFailure(const FailureRecord& record);
+    void Note(const FailureRecord& record);
 
     Sink& sink_;
     ProgressLine& progress_;
+    std::function<void(const FailureRecord& record)> listener_;
     std::set<std::string, std::less<>> unreadable_;
     std::int64_t errors_ = 0;
     bool tablesComplete_ = true;

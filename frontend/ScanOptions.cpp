@@ -93,7 +93,11 @@ Problem SetPriority(ScanOptions& options, const std::string& value) {
 }
 
 Problem SetThreat(ScanOptions& options, const std::string& value) {
-    return SetNumber<std::int32_t>(value, 1, options.threat);
+    Problem problem = SetNumber<std::int32_t>(value, 1, options.threat);
+    if (!problem) {
+        options.threats.push_back(options.threat);
+    }
+    return problem;
 }
 
 Problem SetReport(ScanOptions& options, const std::string& value) {
@@ -142,9 +146,15 @@ constexpr std::array Table{
     Row{"--cookies", "", false, "the cookies", TurnOn<&ScanOptions::cookies>},
     Row{"--all-users", "", false, "cookies and hooks of all users, not of the current one alone",
         TurnOn<&ScanOptions::allUsers>},
-    Row{"--threat", "N", false,
-        "look for one threat alone, by its registry and path signatures. Running threats, whichever they are, may be "
-        "ENDED first",
+    Row{"--quarantine", "", false, "REMOVE the threats that were found into the quarantine, behind the scan",
+        TurnOn<&ScanOptions::quarantine>},
+    Row{"--destroy", "", false, "REMOVE them and keep nothing of them", TurnOn<&ScanOptions::destroy>},
+    Row{"--yes", "", false, "remove without a question; needed where there is no terminal",
+        TurnOn<&ScanOptions::yes>},
+    Row{"--threat", "N", true,
+        "with --quarantine or --destroy: remove this threat, and leave others that were found alone. Otherwise look "
+        "for one threat alone, by its registry and path signatures. Running threats, whichever they are, may be ENDED "
+        "first",
         SetThreat},
     Row{"--depth", "DEPTH", false,
         "shallow: by path; medium: by MD5; deep: by MD5, or by path where there is none (the default)", SetDepth},
@@ -185,6 +195,15 @@ Problem CheckScanOptions(const ScanOptions& options) {
     }
     const bool stages = options.full || options.processes || options.modules || options.common || options.registry ||
                         options.cookies || !options.paths.empty();
+    if (options.quarantine && options.destroy) {
+        return "--quarantine keeps what --destroy does not; name one of them";
+    }
+    if (options.Cleans()) {
+        return std::nullopt;
+    }
+    if (options.threats.size() > 1) {
+        return "without --quarantine or --destroy one --threat is all that can be looked for";
+    }
     if (options.threat != 0 && stages) {
         return "--threat looks for its threat everywhere; it goes with no stage and no --path";
     }

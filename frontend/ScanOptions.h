@@ -35,11 +35,17 @@ struct ScanOptions : SessionOptions {
     bool suspendActive = false;
     std::int32_t priority = 0;  ///< the system's number of a priority class; 0: as it is
     std::int32_t threat = 0;    ///< the only threat to look for; 0: all
+    std::vector<std::int32_t> threats;  ///< as they were named; of a scan that cleans, those that are to go
+    bool quarantine = false;
+    bool destroy = false;
+    bool yes = false;
     OutputFormat format = OutputFormat::Text;
     bool formatNamed = false;  ///< it is not the default
     std::optional<ScanReport> report;
     std::string output;  ///< file of the host; empty: standard output
     bool noProgress = false;
+
+    [[nodiscard]] bool Cleans() const { return quarantine || destroy; }
 };
 
 template <class Options>

@@ -13,13 +13,21 @@ platform::Platform WithFiles(platform::Platform platform, platform::Files& files
     return platform;
 }
 
+// A folder of the user's. A dry run makes none.
+std::string UserFolder(Machine& machine, const SessionOptions& options, const std::string& folder) {
+    return options.makesFolders && !options.dryRun ? machine.MakeHostFolder(folder) : machine.HostFolder(folder);
+}
+
 }  // namespace
 
 Session::Session(const SessionOptions& options, std::FILE* err)
     : machine_(options),
-      data_(machine_.HostFolder(options.data)),
+      data_(options.data.empty() ? std::string() : machine_.HostFolder(options.data)),
       hostUserData_(options.userData),
-      userData_(machine_.MakeHostFolder(options.userData)),
+      userData_(UserFolder(machine_, options, options.userData)),
+      quarantineRoot_(options.quarantineRoot.empty() ? std::string()
+                                                     : UserFolder(machine_, options, options.quarantineRoot)),
+      dryRun_(options.dryRun),
       inner_(machine_.View()),
       files_(*inner_.files,
              [this](std::string_view path, platform::SysError error) {
@@ -33,9 +41,11 @@ Session::Session(const SessionOptions& options, std::FILE* err)
         std::fprintf(err, "ombrelane: note: %s\n", ShownUtf8(note).c_str());
     }
     State().App.EXEName = "ombrelane";
-    State().App.Path = data_.substr(0, data_.size() - 1);
+    const std::string& program = data_.empty() ? userData_ : data_;
+    State().App.Path = program.substr(0, program.size() - 1);
     State().UserDataRootPath = userData_;
-    if (!platform_.files->PathExists(data_ + "kelThreatData.sdb")) {
+    State().UserDataFolder = userData_;
+    if (!data_.empty() && !platform_.files->PathExists(data_ + "kelThreatData.sdb")) {
         throw MachineError("no kelThreatData.sdb in the data folder " + options.data);
     }
 }
@@ -48,6 +58,13 @@ void Session::Load() {
 
 void Session::GiveIgnoreList() {
     ReplayIgnoreList(hostUserData_, *manager_.IgnoredThreats());
+}
+
+std::shared_ptr<Cleaner> Session::OpenCleaner() {
+    auto cleaner = manager_.Cleaner();
+    cleaner->SetQuarantineRootPath(quarantineRoot_);
+    cleaner->SetEnableLog(true);
+    return cleaner;
 }
 
 int InSession(const SessionOptions& options, const char* command, const Streams& streams,

@@ -3,6 +3,7 @@
 
 #include <cstdio>
 #include <functional>
+#include <memory>
 #include <string>
 
 #include "core/EngineState.h"
@@ -19,7 +20,8 @@ namespace kel::frontend {
 /// with the session. One session at a time.
 class Session {
 public:
-    /// Opens the machine and the two folders; notes on the machine's registry go to `err`. Nothing is loaded.
+    /// Opens the machine and the folders; notes on the machine's registry go to `err`. Nothing is loaded. Options
+    /// without a data folder are a session without a catalogue.
     /// Throws MachineError, for a data folder without threats too.
     Session(const SessionOptions& options, std::FILE* err);
     Session(const Session&) = delete;
@@ -32,8 +34,16 @@ public:
     /// MachineError when the list can't be read.
     void GiveIgnoreList();
 
+    /// The cleaner, with the user's root of the quarantine and a log. InitializeClean is still to come. Behind Load.
+    [[nodiscard]] std::shared_ptr<Cleaner> OpenCleaner();
+    /// The engine's path of the folder that --quarantine-root named, with a trailing backslash; empty without one.
+    [[nodiscard]] const std::string& QuarantineRoot() const { return quarantineRoot_; }
+
     /// Called for each file and folder that can't be read, from now on; empty: nobody.
     void OnUnreadable(ReadWatch::Report report) { unreadable_ = std::move(report); }
+
+    /// Whether everything that would be written is told and not done.
+    [[nodiscard]] bool IsDryRun() const { return dryRun_; }
 
     [[nodiscard]] Machine& TheMachine() { return machine_; }
     [[nodiscard]] kel::Manager& Manager() { return manager_; }
@@ -47,6 +57,8 @@ private:
     std::string data_;
     std::string hostUserData_;
     std::string userData_;
+    std::string quarantineRoot_;
+    bool dryRun_;
     ReadWatch::Report unreadable_;
     platform::Platform inner_;
     ReadWatch files_;

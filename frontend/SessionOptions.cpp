@@ -42,8 +42,12 @@ constexpr std::array Table{
     Row{"--user", "NAME", false, "whose registry and folders are the current user's", SetText<&SessionOptions::user>},
     Row{"--data", "DIR", false, "the folder of the signature tables (kelThreatData.sdb and its like)",
         SetText<&SessionOptions::data>},
-    Row{"--user-data", "DIR", false, "the folder for logs, history and ignore list; made if missing",
+    Row{"--user-data", "DIR", false, "the folder for logs, history, quarantine and ignore list; made if missing",
         SetText<&SessionOptions::userData>},
+    Row{"--quarantine-root", "DIR", false,
+        "the folder in which the quarantine lies, made if missing; without it the user data folder. The quarantine's "
+        "records are always in the latter",
+        SetText<&SessionOptions::quarantineRoot>},
 };
 
 }  // namespace

@@ -17,6 +17,11 @@ struct SessionOptions {
     std::string user;
     std::string data;
     std::string userData;
+    std::string quarantineRoot;  ///< folder of the host; empty: the user data folder
+    bool dryRun = false;         ///< nothing is written, everything that would be is told
+    // Set by commands, by no option.
+    bool writable = false;     ///< the machine is to be changed
+    bool makesFolders = true;  ///< the user's folders are made when they are missing
 };
 
 /// These options in the order of the help.

@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "frontend/CleanRecords.h"
+
 namespace kel::frontend {
 
 struct StartRecord {
@@ -18,6 +20,7 @@ struct StartRecord {
     std::vector<std::string> stages{};
     std::int32_t threat = 0;  ///< the only one that is looked for; 0: all
     std::string date{};       ///< when it began, in the machine's time
+    bool cleans = false;      ///< a clean follows the summary
 };
 
 /// The catalogue's texts about a threat.
@@ -63,7 +66,9 @@ struct SummaryRecord {
     [[nodiscard]] std::int64_t Scanned() const { return files + processes + registry + cookies; }
 };
 
-/// One way of showing. Records come in the order start, findings and errors, summary; errors may precede the start.
+/// One way of showing. Records come in the order start, findings and errors, summary; then, if there is a clean, its
+/// start, what became of each threat, and its summary. Errors may come at any time, and so may writes of a dry run. A
+/// clean of what the history has comes without the first three.
 class Sink {
 public:
     virtual ~Sink() = default;
@@ -71,6 +76,10 @@ public:
     virtual void Finding(const FindingRecord& record) = 0;
     virtual void Error(const ErrorRecord& record) = 0;
     virtual void Summary(const SummaryRecord& record) = 0;
+    virtual void CleanStart(const CleanStartRecord& /*record*/) {}
+    virtual void Cleaned(const CleanRecord& /*record*/) {}
+    virtual void CleanSummary(const CleanSummaryRecord& /*record*/) {}
+    virtual void Write(const WriteRecord& /*record*/) {}
 };
 
 }  // namespace kel::frontend

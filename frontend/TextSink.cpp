@@ -1,5 +1,6 @@
 #include "frontend/TextSink.h"
 
+#include "frontend/CleanTexts.h"
 #include "frontend/ExitCodes.h"
 #include "frontend/ShownText.h"
 
@@ -93,6 +94,45 @@ void TextSink::Summary(const SummaryRecord& record) {
     } else if (!record.complete) {
         Print(Yellow, "The scan is not complete");
     }
+}
+
+void TextSink::CleanStart(const CleanStartRecord& record) {
+    destroys_ = record.destroys;
+    Print(Plain, "");
+    if (record.fromHistory) {
+        Print(Plain, "The history has files and cookies of a threat, and no more that could be removed: its registry "
+                     "entries and folders stay as they are. A scan with --quarantine removes those too");
+    }
+    if (!record.notAvailable.empty()) {
+        Print(Plain, "Not available on this machine: " + Joined(record.notAvailable));
+    }
+}
+
+void TextSink::Cleaned(const CleanRecord& record) {
+    using Result = CleanRecord::Result;
+    const bool well = record.result == Result::Cleaned;
+    const bool nothing = record.result == Result::NotDetected || record.result == Result::Skipped;
+    Print(well ? Green : nothing ? Plain : Yellow, Outcome(record, destroys_));
+    if (nothing) {
+        return;
+    }
+    for (const CleanItem& item : record.items) {
+        std::string line = std::string("  ") + NameOf(item.result);
+        line.resize(13, ' ');
+        line += item.kind;
+        line.resize(23, ' ');
+        Print(item.result == CleanItem::Result::Left ? Yellow : Plain, line + ShownText(item.location));
+    }
+}
+
+void TextSink::CleanSummary(const CleanSummaryRecord& record) {
+    for (const std::string& line : Conclusion(record)) {
+        Print(Verdict(record) == ExitClean ? Plain : Yellow, line);
+    }
+}
+
+void TextSink::Write(const WriteRecord& record) {
+    Print(Plain, "would " + ShownText(record.text));
 }
 
 }  // namespace kel::frontend

@@ -18,6 +18,10 @@ public:
     void Finding(const FindingRecord& record) override;
     void Error(const ErrorRecord& record) override;
     void Summary(const SummaryRecord& record) override;
+    void CleanStart(const CleanStartRecord& record) override;
+    void Cleaned(const CleanRecord& record) override;
+    void CleanSummary(const CleanSummaryRecord& record) override;
+    void Write(const WriteRecord& record) override;
 
 private:
     void Print(const char* code, const std::string& text);
@@ -25,6 +29,7 @@ private:
     Output& out_;
     std::FILE* err_;
     bool colour_;
+    bool destroys_ = false;
     std::vector<std::int32_t> order_;
     std::map<std::int32_t, std::vector<FindingRecord>> findings_;
 };

@@ -1,0 +1,67 @@
+#include "frontend/Question.h"
+
+#include <cstdio>
+
+#ifndef _WIN32
+#include <poll.h>
+#include <unistd.h>
+
+#include <cerrno>
+#endif
+
+#include "frontend/Interrupt.h"
+#include "frontend/Terminal.h"
+
+namespace kel::frontend {
+
+namespace {
+
+#ifdef _WIN32
+
+int NextByte(std::FILE* stream) {
+    return Interrupt::Requested() ? -1 : std::fgetc(stream);
+}
+
+#else
+
+// An interruption is an answer too: waiting is what it ends, while a read would go on behind it.
+int NextByte(std::FILE* stream) {
+    const int file = fileno(stream);
+    while (!Interrupt::Requested()) {
+        pollfd waiting{file, POLLIN, 0};
+        if (::poll(&waiting, 1, -1) < 0) {
+            if (errno == EINTR) {
+                continue;
+            }
+            return -1;
+        }
+        unsigned char byte = 0;
+        return ::read(file, &byte, 1) == 1 ? byte : -1;
+    }
+    return -1;
+}
+
+#endif
+
+}  // namespace
+
+bool CanAsk(const Streams& streams) {
+    return streams.in != nullptr && IsTerminal(streams.in) && IsTerminal(streams.err);
+}
+
+bool Ask(const Streams& streams, const std::string& question) {
+    std::fputs(question.c_str(), streams.err);
+    std::fflush(streams.err);
+    std::string answer;
+    for (int byte = 0; (byte = NextByte(streams.in)) >= 0 && byte != '\n';) {
+        if (byte >= 'A' && byte <= 'Z') {
+            byte += 'a' - 'A';
+        }
+        if (byte != ' ' && byte != '\r') {
+            answer.push_back(static_cast<char>(byte));
+        }
+    }
+    return answer == "y" || answer == "yes";
+}
+
+}  // namespace kel::frontend
