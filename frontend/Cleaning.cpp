@@ -42,9 +42,10 @@ constexpr std::array Capabilities{
 
 bool EndedOperation(const FailureRecord& failure) {
     constexpr std::string_view informational = "0";
-    return failure.number != informational && std::any_of(Operations.begin(), Operations.end(), [&](const Operation& operation) {
-        return failure.module == operation.module && failure.procedure == operation.procedure;
-    });
+    return failure.number != informational &&
+           std::any_of(Operations.begin(), Operations.end(), [&](const Operation& operation) {
+               return failure.module == operation.module && failure.procedure == operation.procedure;
+           });
 }
 
 // The cleaner does not tell when its tables can't be written.
@@ -194,6 +195,7 @@ void Cleaning::Tell(CleanSummaryRecord& summary, const CleanRecord& record) {
         summary.removed += item.result == CleanItem::Result::Removed ? 1 : 0;
         summary.left += item.result == CleanItem::Result::Left ? 1 : 0;
     }
+    session_.TellWrites(sink_);
     sink_.Cleaned(record);
 }
 
@@ -214,14 +216,14 @@ CleanSummaryRecord Cleaning::Clean(const std::string& scanId,
             continue;
         }
         Tell(summary, begun ? NotDone(order, CleanRecord::Result::Skipped, "interrupted by the user")
-                            : NotDone(order, CleanRecord::Result::Failed,
-                                      "the quarantine can't be opened: " + whyNot));
+                            : NotDone(order, CleanRecord::Result::Failed, "the quarantine can't be opened: " + whyNot));
     }
     if (begun) {
         cleaner_->UninitializeClean();
         session_.Manager().ScanHistory()->Persist();
     }
     summary.nextStart = cleaner_->IsRebootRequired() && session_.View().can.live;
+    session_.TellWrites(sink_);
     summary.errors = observer_.Errors() - errorsBefore;
     return summary;
 }

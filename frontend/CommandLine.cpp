@@ -7,6 +7,7 @@
 
 #include "frontend/ExitCodes.h"
 #include "frontend/OptionTable.h"
+#include "frontend/QuarantineCommands.h"
 #include "frontend/RecordCommands.h"
 #include "frontend/ScanCommand.h"
 #include "frontend/ScanOptions.h"
@@ -51,6 +52,7 @@ int Run(std::vector<std::string> arguments, const Streams& streams) {
     scanCommand->footer(std::string(WhatScansEnd) + Footer);
     AddOptions<SessionOptions>(*scanCommand, SessionOptionTable(), scan);
     AddOptions<ScanOptions>(*scanCommand, ScanOptionTable(), scan);
+    const QuarantineCommands quarantine(app);
     const RecordCommands records(app);
     manual::AddGenerator(app, KEL_VERSION);
 
@@ -63,6 +65,9 @@ int Run(std::vector<std::string> arguments, const Streams& streams) {
         std::fputs(out.str().c_str(), streams.out);
         std::fputs(err.str().c_str(), streams.err);
         return asked ? ExitClean : ExitUsage;
+    }
+    if (const auto code = quarantine.Run(streams)) {
+        return *code;
     }
     if (const auto code = records.Run(streams)) {
         return *code;

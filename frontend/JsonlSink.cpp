@@ -1,6 +1,7 @@
 #include "frontend/JsonlSink.h"
 
 #include "frontend/JsonLine.h"
+#include "frontend/SwallowedWrites.h"
 
 namespace kel::frontend {
 
@@ -99,11 +100,7 @@ void JsonlSink::CleanSummary(const CleanSummaryRecord& record) {
 }
 
 void JsonlSink::Write(const WriteRecord& record) {
-    out_.Write(JsonLine({{"type", "write"},
-                         {"kind", record.kind},
-                         {"target", Utf8(record.target)},
-                         {"other", Utf8(record.other)},
-                         {"text", Utf8(record.text)}}));
+    out_.Write(JsonLine(ObjectOf(record)));
 }
 
 }  // namespace kel::frontend

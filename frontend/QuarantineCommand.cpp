@@ -2,8 +2,6 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <functional>
-#include <map>
 #include <memory>
 #include <string>
 #include <vector>
@@ -33,14 +31,18 @@ struct Run {
     RecordReport& report;
 };
 
-int InQuarantine(const QuarantineOptions& options, const char* name, const Streams& streams,
-                 const std::function<int(Run& run)>& work) {
+int InQuarantine(const QuarantineOptions& options, const char* name, const Streams& streams, int (*work)(Run& run)) {
     const std::string command = std::string("quarantine ") + name;
     return InSession(options, command.c_str(), streams, [&](Session& session) {
         RecordReport report("ombrelane " + command, options.format, streams);
         QuarantineView view(session);
         Run run{options, session, view, report};
-        return report.FinishWith(work(run));
+        const int code = work(run);
+        for (const WriteRecord& write : session.TakeWrites()) {
+            report.Write(write);
+        }
+        // What came back is looked at piece by piece, where something should.
+        return options.swallowsWrites ? report.Finish(code) : report.FinishJudged(code);
     });
 }
 
@@ -129,8 +131,8 @@ void ShowOne(Run& run, const QuarantineThreat& threat) {
         run.report.Line("  scan      " + ShownText(threat.ScanID));
     }
     const std::string folder = run.session.TheMachine().HostPath(threat.QuarantinePath);
-    run.report.Line("  kept in   " + (folder.empty() ? ShownText(threat.QuarantinePath) + " (it is not there)"
-                                                     : ShownHostText(folder)));
+    run.report.Line("  kept in   " +
+                    (folder.empty() ? ShownText(threat.QuarantinePath) + " (it is not there)" : ShownHostText(folder)));
     for (const KeptItem& item : items) {
         run.report.Line(ItemLine(item));
     }
@@ -188,22 +190,30 @@ struct Before {
     }
 };
 
+// How it differs from what was removed, by the rules of the restoring.
+std::string NoteOf(const KeptItem& item, bool canRegister) {
+    if (item.registers && !canRegister) {
+        return "its registration needs a running machine: not available";
+    }
+    if (item.empty) {
+        return "its data are not on record: it came back empty";
+    }
+    return std::string(item.kind) == "cookie" ? "with the mark of the quarantine at its end" : "";
+}
+
 // Tells what became of an item. True when it came back.
 bool TellItem(Run& run, const QuarantineThreat& threat, const Before& before) {
     const std::string problem = before.Problem();
-    const bool unregistered =
-        problem.empty() && before.item.registers && !run.session.View().can.components;
+    const std::string note = problem.empty() ? NoteOf(before.item, run.session.View().can.components) : std::string();
     if (!run.report.InText()) {
         Json object = ObjectOf(threat, before.item, "restored_item");
         object["restored"] = problem.empty();
         object["reason"] = problem;
-        if (before.item.registers) {
-            object["registered"] = problem.empty() && !unregistered;
-        }
+        object["note"] = note;
         run.report.Object(object);
     } else {
         run.report.Line(ItemLine(before.item) + (problem.empty() ? "" : ": NOT restored: " + problem) +
-                        (unregistered ? " (its registration needs a running machine: not available)" : ""));
+                        (note.empty() ? "" : " (" + note + ")"));
     }
     return problem.empty();
 }
@@ -250,9 +260,9 @@ bool RestoreOne(Run& run, const QuarantineThreat& threat) {
 void RequireFolders(const std::vector<Threat>& threats) {
     for (const Threat& threat : threats) {
         if (platform::Current().files->PathIsDirectory(threat->QuarantinePath) == 0) {
-            throw MachineError("the folder of " + threat->QuarantineThreatID + " in the quarantine is not there: " +
-                               threat->QuarantinePath + "; name the root that it was removed into with " +
-                               "--quarantine-root");
+            throw MachineError("the folder of " + threat->QuarantineThreatID +
+                               " in the quarantine is not there: " + threat->QuarantinePath +
+                               "; name the root that it was removed into with " + "--quarantine-root");
         }
     }
 }

@@ -69,7 +69,8 @@ QuarantineView::QuarantineView(Session& session) : session_(session) {
     cleaner->InitializeClean({});
     // The tables are opened first, so that without a callback it did not come that far.
     if (!cleaner->Callback) {
-        throw MachineError("the tables of the quarantine can't be opened; errors.log in the user data folder tells why");
+        throw MachineError(
+            "the tables of the quarantine can't be opened; errors.log in the user data folder tells why");
     }
     FindFolders();
 }
@@ -130,12 +131,12 @@ std::vector<KeptItem> QuarantineView::Items(const QuarantineThreat& threat) cons
                                          (key.RegValueName.empty() ? "" : " [" + key.RegValueName + "]"),
                              .hive = key.RegHive,
                              .key = key.Regkey,
-                             .value = key.RegValueName});
+                             .value = key.RegValueName,
+                             .empty = !key.RegValueName.empty() && key.RegValueData.empty()});
         }
     });
     ForEach(threat.QThreatLocationFolders, [&](const QThreatLocationFolder& folder) {
-        items.push_back(
-            {.kind = "folder", .location = folder.OriginalFolderPath, .path = folder.OriginalFolderPath});
+        items.push_back({.kind = "folder", .location = folder.OriginalFolderPath, .path = folder.OriginalFolderPath});
     });
     ForEach(threat.QThreatLocationFiles, [&](const QThreatLocationFile& file) {
         items.push_back({.kind = "file",

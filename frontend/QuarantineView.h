@@ -20,7 +20,8 @@ struct KeptItem {
     std::string copy{};     ///< engine's path of what is kept of a file or cookie
     platform::Hive hive = 0;
     std::string key{};
-    std::string value{};    ///< empty: the key itself
+    std::string value{};     ///< empty: the key itself
+    bool empty = false;      ///< a value whose data are not on record
     bool registers = false;  ///< a component whose registration is a part of the restoring
 
     /// Whether it is on the machine that is installed.

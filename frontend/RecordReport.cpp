@@ -6,6 +6,7 @@
 #include "core/Failures.h"
 #include "frontend/ExitCodes.h"
 #include "frontend/ShownText.h"
+#include "frontend/SwallowedWrites.h"
 
 namespace kel::frontend {
 
@@ -44,6 +45,14 @@ void RecordReport::Object(const Json& object) {
     Add(JsonLine(object));
 }
 
+void RecordReport::Write(const WriteRecord& write) {
+    if (InText()) {
+        Line("would " + ShownText(write.text));
+    } else {
+        Object(ObjectOf(write));
+    }
+}
+
 void RecordReport::Message(const std::string& text) {
     std::fprintf(err_, "%s: %s\n", command_.c_str(), text.c_str());
 }
@@ -57,13 +66,17 @@ void RecordReport::Add(const std::string& line) {
 }
 
 int RecordReport::Finish(int code) {
+    return FinishJudged(Failed() && code == ExitClean ? ExitIncomplete : code);
+}
+
+int RecordReport::FinishJudged(int code) {
     out_.Write(held_);
     held_.clear();
     if (!out_.Problem().empty()) {
         Message("the results could not be written: " + out_.Problem());
         return ExitIncomplete;
     }
-    return Failed() && code == ExitClean ? ExitIncomplete : code;
+    return code;
 }
 
 }  // namespace kel::frontend

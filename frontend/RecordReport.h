@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <string>
 
+#include "frontend/CleanRecords.h"
 #include "frontend/JsonLine.h"
 #include "frontend/Output.h"
 #include "frontend/ScanOptions.h"
@@ -27,6 +28,8 @@ public:
     void Line(const std::string& text);
     /// An object, as a line of its own. Not to be used with text.
     void Object(const Json& object);
+    /// A change that a dry run did not make, in either form.
+    void Write(const WriteRecord& write);
     /// A message for people on standard error, in any format.
     void Message(const std::string& text);
 
@@ -34,6 +37,8 @@ public:
     /// @param code what the command ends with if all went well
     /// @return this code, or the one for incomplete work after a failure of the engine or of the output
     [[nodiscard]] int Finish(int code);
+    /// The same for a command that judged itself what the failures of the engine led to.
+    [[nodiscard]] int FinishJudged(int code);
 
 private:
     void Add(const std::string& line);

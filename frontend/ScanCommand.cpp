@@ -322,6 +322,7 @@ int Run::Scan(std::vector<WantedReport>& reports) {
     summary.errors = observer_.Errors();
     summary.unreadable = observer_.Unreadable();
     summary.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - began).count();
+    session_.TellWrites(sink_);
     sink_.Summary(summary);
     const int verdict = Verdict(summary);
     if (!options_.Cleans()) {

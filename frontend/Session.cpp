@@ -28,7 +28,8 @@ Session::Session(const SessionOptions& options, std::FILE* err)
       quarantineRoot_(options.quarantineRoot.empty() ? std::string()
                                                      : UserFolder(machine_, options, options.quarantineRoot)),
       dryRun_(options.dryRun),
-      inner_(machine_.View()),
+      writes_(options.dryRun || options.swallowsWrites, options.dryRun),
+      inner_(writes_.Over(machine_.View())),
       files_(*inner_.files,
              [this](std::string_view path, platform::SysError error) {
                  if (unreadable_) {
@@ -58,6 +59,12 @@ void Session::Load() {
 
 void Session::GiveIgnoreList() {
     ReplayIgnoreList(hostUserData_, *manager_.IgnoredThreats());
+}
+
+void Session::TellWrites(Sink& sink) {
+    for (const WriteRecord& write : TakeWrites()) {
+        sink.Write(write);
+    }
 }
 
 std::shared_ptr<Cleaner> Session::OpenCleaner() {

@@ -5,6 +5,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "core/EngineState.h"
 #include "engine/Manager.h"
@@ -12,6 +13,8 @@
 #include "frontend/Output.h"
 #include "frontend/ReadWatch.h"
 #include "frontend/SessionOptions.h"
+#include "frontend/Sink.h"
+#include "frontend/SwallowedWrites.h"
 #include "platform/Platform.h"
 
 namespace kel::frontend {
@@ -44,6 +47,10 @@ public:
 
     /// Whether everything that would be written is told and not done.
     [[nodiscard]] bool IsDryRun() const { return dryRun_; }
+    /// What a dry run would have written since the last call. Of any other session, nothing.
+    [[nodiscard]] std::vector<WriteRecord> TakeWrites() { return writes_.Take(); }
+    /// Tells the sink these.
+    void TellWrites(Sink& sink);
 
     [[nodiscard]] Machine& TheMachine() { return machine_; }
     [[nodiscard]] kel::Manager& Manager() { return manager_; }
@@ -60,6 +67,7 @@ private:
     std::string quarantineRoot_;
     bool dryRun_;
     ReadWatch::Report unreadable_;
+    SwallowedWrites writes_;
     platform::Platform inner_;
     ReadWatch files_;
     platform::Platform platform_;

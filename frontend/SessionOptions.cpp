@@ -28,6 +28,11 @@ Problem AddDrive(SessionOptions& options, const std::string& value) {
     return std::nullopt;
 }
 
+Problem DryRun(SessionOptions& options, const std::string& /*value*/) {
+    options.dryRun = true;
+    return std::nullopt;
+}
+
 using Row = OptionRow<SessionOptions>;
 
 constexpr std::array Table{
@@ -48,6 +53,7 @@ constexpr std::array Table{
         "the folder in which the quarantine lies, made if missing; without it the user data folder. The quarantine's "
         "records are always in the latter",
         SetText<&SessionOptions::quarantineRoot>},
+    Row{"--dry-run", "", false, "write nothing anywhere, and show each write that would have been made", DryRun},
 };
 
 }  // namespace

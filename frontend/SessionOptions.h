@@ -20,8 +20,9 @@ struct SessionOptions {
     std::string quarantineRoot;  ///< folder of the host; empty: the user data folder
     bool dryRun = false;         ///< nothing is written, everything that would be is told
     // Set by commands, by no option.
-    bool writable = false;     ///< the machine is to be changed
-    bool makesFolders = true;  ///< the user's folders are made when they are missing
+    bool writable = false;        ///< the machine is to be changed
+    bool swallowsWrites = false;  ///< nothing is written, as in a dry run, and nobody is told
+    bool makesFolders = true;     ///< the user's folders are made when they are missing
 };
 
 /// These options in the order of the help.

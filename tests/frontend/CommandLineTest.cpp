@@ -42,9 +42,9 @@ TEST_F(CommandLine, NothingAtAllIsAUsageError) {
 }
 
 TEST_F(CommandLine, AnUnknownCommandIsAUsageErrorThatNamesIt) {
-    EXPECT_EQ(Run({"clean"}), ExitUsage);
+    EXPECT_EQ(Run({"polish"}), ExitUsage);
     EXPECT_THAT(out.Text(), IsEmpty());
-    EXPECT_EQ(err.Text(), std::string("The following argument was not expected: clean\n") + ForHelp);
+    EXPECT_EQ(err.Text(), std::string("The following argument was not expected: polish\n") + ForHelp);
 }
 
 TEST_F(CommandLine, HelpNamesTheCommandsAndTheExitCodes) {

@@ -52,10 +52,11 @@ TEST(ScanOptionTable, HasEveryOptionOnceInTheOrderOfTheHelp) {
         EXPECT_STRNE(row.help, "") << row.name;
     });
     EXPECT_THAT(names,
-                ElementsAre("--machine", "--drive", "--user", "--data", "--user-data", "--full", "--processes",
-                            "--modules", "--common", "--path", "--registry", "--cookies", "--all-users", "--threat",
-                            "--depth", "--max-option", "--max-md5-len", "--zips", "--skip-common-files",
-                            "--suspend-active", "--priority", "--format", "--report", "-o,--output", "--no-progress"));
+                ElementsAre("--machine", "--drive", "--user", "--data", "--user-data", "--quarantine-root", "--dry-run",
+                            "--full", "--processes", "--modules", "--common", "--path", "--registry", "--cookies",
+                            "--all-users", "--quarantine", "--destroy", "--yes", "--threat", "--depth", "--max-option",
+                            "--max-md5-len", "--zips", "--skip-common-files", "--suspend-active", "--priority",
+                            "--format", "--report", "-o,--output", "--no-progress"));
 }
 
 TEST(ScanOptionTable, DrivesAndPathsMayBeRepeatedAndStagesAreSwitches) {
@@ -69,10 +70,10 @@ TEST(ScanOptionTable, DrivesAndPathsMayBeRepeatedAndStagesAreSwitches) {
             switches.insert(row.name);
         }
     });
-    EXPECT_THAT(repeatable, ElementsAre("--drive", "--path"));
-    EXPECT_THAT(switches,
-                ElementsAre("--all-users", "--common", "--cookies", "--full", "--modules", "--no-progress",
-                            "--processes", "--registry", "--skip-common-files", "--suspend-active", "--zips"));
+    EXPECT_THAT(repeatable, ElementsAre("--drive", "--path", "--threat"));
+    EXPECT_THAT(switches, ElementsAre("--all-users", "--common", "--cookies", "--destroy", "--dry-run", "--full",
+                                      "--modules", "--no-progress", "--processes", "--quarantine", "--registry",
+                                      "--skip-common-files", "--suspend-active", "--yes", "--zips"));
 }
 
 TEST(ScanOptionTable, WithoutAnyTheScanIsDeepWithTheSureSignaturesAndText) {
@@ -297,6 +298,22 @@ TEST(CheckScanOptions, ASingleThreatGoesWithNoStage) {
     }
     options.paths = {"C:\\"};
     EXPECT_EQ(CheckScanOptions(options), problem);
+}
+
+TEST(CheckScanOptions, SeveralThreatsAreForAScanThatCleans) {
+    ScanOptions options = Enough();
+    EXPECT_EQ(Apply(options, "--threat", "7"), "");
+    EXPECT_EQ(Apply(options, "--threat", "8"), "");
+    EXPECT_EQ(CheckScanOptions(options),
+              "without --quarantine or --destroy one --threat is all that can be looked for");
+    options.paths = {"C:\\"};
+    options.quarantine = true;
+    EXPECT_EQ(CheckScanOptions(options), std::nullopt);
+    EXPECT_THAT(options.threats, ElementsAre(7, 8));
+    options.destroy = true;
+    EXPECT_EQ(CheckScanOptions(options), "--quarantine keeps what --destroy does not; name one of them");
+    options.quarantine = false;
+    EXPECT_EQ(CheckScanOptions(options), std::nullopt);
 }
 
 #ifdef _WIN32

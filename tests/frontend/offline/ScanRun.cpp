@@ -176,4 +176,16 @@ std::map<std::string, std::string> ScanRun::Snapshot(const fs::path& folder) {
     return entries;
 }
 
+std::map<std::string, std::string> ScanRun::Contents(const fs::path& folder) {
+    std::map<std::string, std::string> entries;
+    for (const auto& entry : fs::recursive_directory_iterator(folder)) {
+        std::ostringstream text;
+        if (entry.is_regular_file()) {
+            text << std::ifstream(entry.path(), std::ios::binary).rdbuf();
+        }
+        entries[entry.path().lexically_relative(folder).string()] = text.str();
+    }
+    return entries;
+}
+
 }  // namespace kel::test

@@ -64,6 +64,9 @@ protected:
     /// Everything in a folder: content and times of each file, by path.
     [[nodiscard]] static std::map<std::string, std::string> Snapshot(const std::filesystem::path& folder);
 
+    /// The content of each file in a folder, by path; folders have none.
+    [[nodiscard]] static std::map<std::string, std::string> Contents(const std::filesystem::path& folder);
+
 private:
     std::filesystem::path root_;
 };
