@@ -37,3 +37,16 @@ function(kel_type_library target idl)
   target_include_directories(${target} SYSTEM INTERFACE ${made})
   set_target_properties(${target} PROPERTIES KEL_TYPE_LIBRARY ${made}/${name}.tlb)
 endfunction()
+
+# kel_embed_type_library(TARGET LIBRARY): puts the type library of LIBRARY, of kel_type_library, into the program TARGET.
+function(kel_embed_type_library target library)
+  get_target_property(tlb ${library} KEL_TYPE_LIBRARY)
+  cmake_path(REPLACE_EXTENSION tlb LAST_ONLY rc OUTPUT_VARIABLE resource)
+  # Written once: a newer one would be compiled again.
+  if(NOT EXISTS ${resource})
+    file(WRITE ${resource} "1 TYPELIB \"${tlb}\"\n")
+  endif()
+  set_source_files_properties(${resource} TARGET_DIRECTORY ${target} PROPERTIES OBJECT_DEPENDS ${tlb})
+  target_sources(${target} PRIVATE ${resource})
+  add_dependencies(${target} ${library}_files)
+endfunction()

@@ -11,7 +11,7 @@ class ThreatLocationCustomObject final
 public:
     using Object::Object;
 
-    KEL_FIELD(LONG, CustomID)
+    KEL_PROPERTY(LONG, CustomID)
     KEL_FIELD(::enCustomCleanPriority, CleanPriority)
     KEL_FIELD(BSTR, CustomData1)
     KEL_FIELD(BSTR, CustomData2)

@@ -12,10 +12,10 @@ public:
     using Object::Object;
 
     KEL_FIELD(LONG, ThreatRegKeyID)
-    KEL_FIELD(LONG, RegHive)
-    KEL_FIELD(BSTR, Regkey)
-    KEL_FIELD(BSTR, RegValueName)
-    KEL_FIELD(BSTR, RegValueData)
+    KEL_PROPERTY(LONG, RegHive)
+    KEL_PROPERTY(BSTR, Regkey)
+    KEL_PROPERTY(BSTR, RegValueName)
+    KEL_PROPERTY(BSTR, RegValueData)
     KEL_FIELD(SHORT, OptionLevel)
 };
 
