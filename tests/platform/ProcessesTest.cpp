@@ -145,7 +145,8 @@ TEST_F(RunningChild, LosesAThreadOnlyWithTheRightToEndIt) {
         EXPECT_EQ(All().EndThread(thread, TerminateThreadAccess, 7), SysError::Success);
     }
     if (DryRun()) {
-        EXPECT_EQ(All().CanOpen(child.Id(), QueryAndEnd), SysError::InvalidParameter) << "it goes on in truth alone";
+        EXPECT_EQ(All().CanOpen(child.Id(), QueryAndEnd), SysError::InvalidParameter);
+        EXPECT_TRUE(child.Runs()) << "in truth";
         return;
     }
     EXPECT_TRUE(child.Ended()) << "a process without threads is none";
@@ -174,7 +175,9 @@ TEST_F(RunningChild, EndsWithTheExitCodeThatItIsGiven) {
     const auto process = Open(child.Id(), QueryAndEnd);
     EXPECT_EQ(process->ExitCode().ValueOr(0), StillActive);
     EXPECT_EQ(process->End(5), SysError::Success);
-    if (!DryRun()) {  // which ends nothing in truth
+    if (DryRun()) {
+        EXPECT_TRUE(child.Runs()) << "in truth";
+    } else {
         ASSERT_TRUE(child.Ended());
         EXPECT_EQ(child.ExitCode(), 5U);
     }

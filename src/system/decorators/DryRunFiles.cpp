@@ -30,6 +30,14 @@ DryRunFiles::DryRunFiles(const platform::Platform& inner, const DryRunJournal& j
       budget_(std::make_shared<OverlayBudget>(DryRunPlatform::MostBytes)) {
 }
 
+bool DryRunFiles::Idle(std::string_view path) const {
+    if (overlay_.Empty() && !current_) {
+        return true;
+    }
+    const bool onDrive = path.size() >= 3 && path[1] == ':' && path[2] == '\\';
+    return onDrive && overlay_.Untouched(path[0]);
+}
+
 OverlayPath DryRunFiles::Current() {
     if (current_) {
         return *current_;
@@ -37,8 +45,13 @@ OverlayPath DryRunFiles::Current() {
     return ParseOverlayPath(Inner().CurrentFolder(), {"C:", {}, false}).ValueOr({"C:", {}, false});
 }
 
+Result<OverlayPath> DryRunFiles::Parse(std::string_view path) {
+    const bool absolute = path.starts_with("\\\\") || (path.size() >= 3 && path[1] == ':' && path[2] == '\\');
+    return ParseOverlayPath(path, absolute ? OverlayPath() : Current());
+}
+
 Result<OverlayPlace> DryRunFiles::Find(std::string_view path) {
-    auto parsed = ParseOverlayPath(path, Current());
+    auto parsed = Parse(path);
     if (!parsed) {
         return parsed.Error();
     }
@@ -46,7 +59,7 @@ Result<OverlayPlace> DryRunFiles::Find(std::string_view path) {
 }
 
 std::string DryRunFiles::Absolute(std::string_view path) {
-    const auto parsed = ParseOverlayPath(path, Current());
+    const auto parsed = Parse(path);
     return parsed ? parsed->Text() : std::string(path);
 }
 
@@ -80,7 +93,7 @@ SysError DryRunFiles::Vacant(const OverlayPlace& place, std::string_view path) {
 }
 
 bool DryRunFiles::PathExists(std::string_view path) {
-    if (Idle()) {
+    if (Idle(path)) {
         return Inner().PathExists(path);
     }
     const auto place = Find(path);
@@ -91,7 +104,7 @@ bool DryRunFiles::PathExists(std::string_view path) {
 }
 
 int DryRunFiles::PathIsDirectory(std::string_view path) {
-    if (Idle()) {
+    if (Idle(path)) {
         return Inner().PathIsDirectory(path);
     }
     const auto attributes = Attributes(path);
@@ -99,7 +112,7 @@ int DryRunFiles::PathIsDirectory(std::string_view path) {
 }
 
 Result<std::uint32_t> DryRunFiles::Attributes(std::string_view path) {
-    if (Idle()) {
+    if (Idle(path)) {
         return Inner().Attributes(path);
     }
     const auto place = Find(path);
@@ -222,7 +235,7 @@ SysError DryRunFiles::RemoveTree(std::string_view path) {
 }
 
 Result<std::string> DryRunFiles::LongPath(std::string_view path) {
-    if (Idle()) {
+    if (Idle(path)) {
         return Inner().LongPath(path);
     }
     const auto place = Find(path);
@@ -237,7 +250,7 @@ Result<std::string> DryRunFiles::LongPath(std::string_view path) {
 }
 
 Result<std::string> DryRunFiles::ShortPath(std::string_view path) {
-    if (Idle()) {
+    if (Idle(path)) {
         return Inner().ShortPath(path);
     }
     const auto place = Find(path);

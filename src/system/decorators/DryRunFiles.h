@@ -51,9 +51,10 @@ public:
     [[nodiscard]] platform::Result<std::string> Behind(std::string_view path);
 
 private:
-    /// Nothing differs from the machine.
-    [[nodiscard]] bool Idle() const { return overlay_.Empty() && !current_; }
+    /// Nothing on the path's drive differs from the machine. What most reads of a scan ask: it must cost nothing.
+    [[nodiscard]] bool Idle(std::string_view path) const;
     [[nodiscard]] OverlayPath Current();
+    [[nodiscard]] platform::Result<OverlayPath> Parse(std::string_view path);
     [[nodiscard]] platform::Result<OverlayPlace> Find(std::string_view path);
     /// What to ask the machine for a place that it has itself.
     [[nodiscard]] std::string OnMachine(const OverlayPlace& place, std::string_view path) const;

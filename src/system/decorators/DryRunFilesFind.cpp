@@ -21,16 +21,16 @@ bool IsDots(std::string_view name) {
 }  // namespace
 
 Result<std::unique_ptr<platform::Find>> DryRunFiles::FindFirst(std::string_view pattern, FindData& first) {
-    return Idle() ? Inner().FindFirst(pattern, first) : Enumerate(pattern, first, false);
+    return Idle(pattern) ? Inner().FindFirst(pattern, first) : Enumerate(pattern, first, false);
 }
 
 Result<std::unique_ptr<platform::Find>> DryRunFiles::FindNames(std::string_view pattern, FindData& first) {
-    return Idle() ? Inner().FindNames(pattern, first) : Enumerate(pattern, first, true);
+    return Idle(pattern) ? Inner().FindNames(pattern, first) : Enumerate(pattern, first, true);
 }
 
 Result<std::unique_ptr<platform::Find>> DryRunFiles::Enumerate(std::string_view pattern, FindData& first,
                                                                bool namesOnly) {
-    const auto parsed = ParseOverlayPath(pattern, Current());
+    const auto parsed = Parse(pattern);
     if (!parsed) {
         return parsed.Error();
     }

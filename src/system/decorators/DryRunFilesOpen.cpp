@@ -36,7 +36,7 @@ Result<std::unique_ptr<platform::FileView>> ViewOf(OverlayContent& content) {
 }  // namespace
 
 Result<std::unique_ptr<platform::OpenFile>> DryRunFiles::Open(std::string_view path, OpenMode mode) {
-    if (mode == OpenMode::Read && Idle()) {
+    if (mode == OpenMode::Read && Idle(path)) {
         return Inner().Open(path, mode);
     }
     const auto place = Find(path);
@@ -129,7 +129,7 @@ SysError DryRunFiles::MakeEmpty(std::string_view path) {
 }
 
 Result<std::unique_ptr<platform::FileView>> DryRunFiles::View(std::string_view path) {
-    if (Idle()) {
+    if (Idle(path)) {
         return Inner().View(path);
     }
     const auto place = Find(path);
@@ -147,7 +147,7 @@ Result<std::unique_ptr<platform::FileView>> DryRunFiles::View(std::string_view p
 }
 
 Result<std::uint64_t> DryRunFiles::Length(std::string_view path) {
-    if (Idle()) {
+    if (Idle(path)) {
         return Inner().Length(path);
     }
     const auto place = Find(path);
@@ -164,7 +164,7 @@ Result<std::uint64_t> DryRunFiles::Length(std::string_view path) {
 }
 
 Result<platform::FileStamp> DryRunFiles::Stamp(std::string_view path) {
-    if (Idle()) {
+    if (Idle(path)) {
         return Inner().Stamp(path);
     }
     const auto place = Find(path);
@@ -179,7 +179,7 @@ Result<platform::FileStamp> DryRunFiles::Stamp(std::string_view path) {
 
 // Whoever reads ahead compares stamps before he takes what he has read, and a written file has none.
 std::unique_ptr<platform::FolderAhead> DryRunFiles::Ahead(std::string_view folder) {
-    if (Idle()) {
+    if (Idle(folder)) {
         return Inner().Ahead(folder);
     }
     const auto place = Find(folder);
@@ -190,7 +190,7 @@ std::unique_ptr<platform::FolderAhead> DryRunFiles::Ahead(std::string_view folde
 }
 
 Result<std::string> DryRunFiles::Behind(std::string_view path) {
-    if (Idle()) {
+    if (Idle(path)) {
         return std::string(path);
     }
     const auto place = Find(path);

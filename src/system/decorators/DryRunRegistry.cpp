@@ -67,6 +67,13 @@ bool DryRunRegistry::Refuses(const KeyPlace& place, std::uint32_t right) const {
 }
 
 Result<std::unique_ptr<RegistryKey>> DryRunRegistry::Open(Hive hive, std::string_view key, std::uint32_t access) {
+    if (overlay_.Empty()) {
+        // Most keys that a scan asks for are not there.
+        auto open = inner_.registry->Open(hive, key, access);
+        return open ? Result<std::unique_ptr<RegistryKey>>(std::make_unique<DryRunKey>(
+                          *this, overlay_.Places(hive, key), *std::move(open), access, ShownKey(hive, key)))
+                    : open.Error();
+    }
     std::vector<KeyPlace> places = overlay_.Places(hive, key);
     std::unique_ptr<RegistryKey> whole;
     const bool untouched = Untouched(places) || key.starts_with('\\');

@@ -12,6 +12,11 @@ using platform::SysError;
 FileOverlay::FileOverlay(const platform::Platform& inner) : inner_(inner) {
 }
 
+bool FileOverlay::Untouched(char letter) const {
+    const char upper = letter >= 'a' && letter <= 'z' ? static_cast<char>(letter - 'a' + 'A') : letter;
+    return std::none_of(roots_.begin(), roots_.end(), [upper](const auto& root) { return root.first[0] == upper; });
+}
+
 // Short names are looked for where a name can be one: those that the system makes hold a tilde.
 OverlayNode* FileOverlay::Child(const OverlayNode& folder, std::string_view name) const {
     const std::string folded = Fold(name);

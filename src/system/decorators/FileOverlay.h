@@ -44,6 +44,8 @@ public:
 
     /// Nothing was changed.
     [[nodiscard]] bool Empty() const { return roots_.empty(); }
+    /// Nothing was changed on that drive, given by its letter.
+    [[nodiscard]] bool Untouched(char letter) const;
 
     [[nodiscard]] OverlayPlace Find(OverlayPath path) const;
     /// What the place shows; an error when nothing is there.
