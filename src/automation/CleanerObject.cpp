@@ -34,7 +34,7 @@ public:
             std::string identifier = outQuarantineThreatID ? FromBstr(*outQuarantineThreatID) : std::string();
             const auto outcome = It().QuarantineThreat(ThreatID, FromBool(ForceDestroy), identifier);
             if (outQuarantineThreatID) {
-                const BSTR made = ToBstr(identifier);
+                BSTR made = ToBstr(identifier);
                 ::SysFreeString(*outQuarantineThreatID);
                 *outQuarantineThreatID = made;
             }
