@@ -153,7 +153,7 @@ TEST_F(RunningChild, LosesAThreadOnlyWithTheRightToEndIt) {
 }
 
 TEST_F(RunningChild, StartedAfterThisProcessWhereStartsAreTold) {
-    const ChildProcess child(Machine(), ProgramPath());
+    const ChildProcess child(Real(), ProgramPath());
     const auto own = Open(All().CurrentId(), QueryAndEnd)->StartTime();
     const auto started = Open(child.Id(), QueryAndEnd)->StartTime();
     ASSERT_EQ(started.Ok(), own.Ok());
