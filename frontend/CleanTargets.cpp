@@ -37,8 +37,8 @@ private:
 };
 
 std::string RegistryLocation(const ThreatLocationRegKey& key) {
-    return modHelper::GetRegistryHiveNameFromHive(key.RegHive) + "\\" + key.Regkey +
-           (key.RegValueName.empty() ? "" : " [" + key.RegValueName + "]");
+    return modHelper::GetRegistryHiveNameFromHive(key.RegHive()) + "\\" + key.Regkey() +
+           (key.RegValueName().empty() ? "" : " [" + key.RegValueName() + "]");
 }
 
 // Places of one kind in the history.
@@ -71,12 +71,12 @@ std::vector<CleanTarget> TargetsOf(const DetectedThreat& detected) {
         targets.AddPath("folder", folder->DetectedFolderPath());
     }
     for (const auto& key : *detected.ThreatLocationRegKeys) {
-        if (key->RegHive != 0 && !key->Regkey.empty()) {
+        if (key->RegHive() != 0 && !key->Regkey().empty()) {
             targets.Add({.kind = "registry",
                          .location = RegistryLocation(*key),
-                         .hive = key->RegHive,
-                         .key = key->Regkey,
-                         .value = key->RegValueName});
+                         .hive = key->RegHive(),
+                         .key = key->Regkey(),
+                         .value = key->RegValueName()});
         }
     }
     for (const auto& cookie : *detected.ThreatLocationCookies) {

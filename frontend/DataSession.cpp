@@ -11,7 +11,9 @@ DataSession::DataSession(const RecordOptions& options)
       hostUserData_(options.userData),
       userData_(machine_.HostFolder(options.userData)),
       hasData_(!options.data.empty()),
-      installed_(machine_.View()) {
+      writes_(options.dryRun, options.dryRun),
+      platform_(writes_.Over(machine_.View())),
+      installed_(platform_) {
     State().App.EXEName = "ombrelane";
     State().UserDataRootPath = userData_;
     State().UserDataFolder = userData_;

@@ -2,11 +2,13 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "core/EngineState.h"
 #include "engine/Manager.h"
 #include "frontend/Machine.h"
 #include "frontend/RecordOptions.h"
+#include "frontend/SwallowedWrites.h"
 #include "platform/Platform.h"
 
 namespace kel::frontend {
@@ -30,6 +32,8 @@ public:
     /// Everything, as before a scan, with the user's ignore list. Throws MachineError when that can't be read.
     void LoadAll();
 
+    /// What a dry run would have written since the last call. Of any other session, nothing.
+    [[nodiscard]] std::vector<WriteRecord> TakeWrites() { return writes_.Take(); }
     [[nodiscard]] bool HasData() const { return hasData_; }
     [[nodiscard]] kel::Manager& Manager() { return manager_; }
 
@@ -38,6 +42,8 @@ private:
     std::string hostUserData_;
     std::string userData_;
     bool hasData_;
+    SwallowedWrites writes_;
+    platform::Platform platform_;
     platform::PlatformScope installed_;
     EngineScope engine_;
     kel::Manager manager_;

@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <string_view>
 
+#include "frontend/CleanTexts.h"
 #include "frontend/ExitCodes.h"
 #include "frontend/Html.h"
 
@@ -108,12 +109,15 @@ std::string Scanned(const SummaryRecord& summary) {
     return text.empty() ? "nothing" : text;
 }
 
-std::string Advice(const SummaryRecord& summary, const FindingRecord* worst) {
+std::string Advice(const SummaryRecord& summary, const FindingRecord* worst, const CleanSummaryRecord* clean) {
     std::string text;
     if (worst != nullptr) {
         text = "The most serious is " + NameOf(*worst) + ": " +
                (worst->levelName.empty() ? "unknown" : Html(worst->levelName)) +
-               " risk. What to do stands beside each threat. This program has removed nothing.";
+               " risk. What to do stands beside each threat. " +
+               (clean == nullptr || clean->dryRun || clean->cleaned + clean->partial + clean->failed == 0
+                    ? "This program has removed nothing."
+                    : "What this program has removed stands below.");
     } else if (Verdict(summary) == ExitClean) {
         text = "Nothing that the signatures know is here. There is nothing to do.";
     }
@@ -201,6 +205,36 @@ std::string Failures(const std::vector<ErrorRecord>& errors) {
     return page;
 }
 
+std::string CleanSection(const std::vector<CleanRecord>& threats, const CleanSummaryRecord& clean) {
+    std::string page = "<section id=\"clean\">\n<h2>What was removed</h2>\n";
+    for (const std::string& line : Conclusion(clean)) {
+        page += "<p>" + Html(line) + "</p>\n";
+    }
+    for (const CleanRecord& threat : threats) {
+        page += "<h3>" + Html(Outcome(threat, clean.destroys)) + "</h3>\n";
+        std::vector<std::string> items;
+        for (const CleanItem& item : threat.items) {
+            items.push_back(std::string(NameOf(item.result)) + ": <code>" + Html(item.location) + "</code>");
+        }
+        if (!items.empty()) {
+            page += List(items);
+        }
+    }
+    return page + "</section>\n";
+}
+
+std::string WriteSection(const std::vector<WriteRecord>& writes) {
+    if (writes.empty()) {
+        return {};
+    }
+    std::vector<std::string> items;
+    for (const WriteRecord& write : writes) {
+        items.push_back("<code>" + Html(write.text) + "</code>");
+    }
+    return "<section id=\"writes\">\n<h2>What would have been written</h2>\n<p>This was a dry run.</p>\n" +
+           List(items) + "</section>\n";
+}
+
 }  // namespace
 
 std::vector<const HtmlSink::Findings*> HtmlSink::ByLevel() const {
@@ -215,6 +249,18 @@ std::vector<const HtmlSink::Findings*> HtmlSink::ByLevel() const {
 }
 
 void HtmlSink::Summary(const SummaryRecord& record) {
+    summary_ = record;
+    if (!start_.cleans) {
+        WritePage(nullptr);
+    }
+}
+
+void HtmlSink::CleanSummary(const CleanSummaryRecord& record) {
+    WritePage(&record);
+}
+
+void HtmlSink::WritePage(const CleanSummaryRecord* clean) {
+    const SummaryRecord& record = summary_;
     const std::vector<const Findings*> threats = ByLevel();
     const FindingRecord* worst = threats.empty() ? nullptr : &threats.front()->front();
     const std::string banner = worst != nullptr               ? LevelClass(worst->level)
@@ -230,9 +276,12 @@ void HtmlSink::Summary(const SummaryRecord& record) {
         "<meta name=\"viewport\" content=\"width=device-width, initial-scale=1\">\n<title>";
     page += Title(record) + " - " + Html(start_.machine) + "</title>\n<style>" + std::string(HtmlStyle()) +
             "</style>\n</head>\n<body>\n<header class=\"" + banner + "\"><div>\n<p>Ombrelane scan report</p>\n<h1>" +
-            Title(record) + "</h1>\n<p>" + Advice(record, worst) + "</p>\n</div></header>\n<main>\n";
+            Title(record) + "</h1>\n<p>" + Advice(record, worst, clean) + "</p>\n</div></header>\n<main>\n";
     if (!threats.empty()) {
         page += Overview(threats);
+    }
+    if (clean != nullptr) {
+        page += CleanSection(cleaned_, *clean);
     }
     for (const Findings* threat : threats) {
         page += ThreatSection(*threat);
@@ -243,7 +292,7 @@ void HtmlSink::Summary(const SummaryRecord& record) {
             Fact("Drives and folders", Joined(start_.targets)) + Fact("Stages", Joined(start_.stages)) +
             Fact("Not available", Joined(start_.notAvailable)) + Fact("Depth", Html(start_.depth)) +
             Fact("Looked at", Scanned(record)) + Fact("Signature data", Html(start_.dataVersion)) +
-            Fact("Scan", Html(start_.scanId)) + "</dl>\n</section>\n" + Failures(errors_) +
+            Fact("Scan", Html(start_.scanId)) + "</dl>\n</section>\n" + Failures(errors_) + WriteSection(writes_) +
             "</main>\n<footer>ombrelane " KEL_VERSION "</footer>\n</body>\n</html>\n";
     out_.Write(page);
 }

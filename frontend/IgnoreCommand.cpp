@@ -1,6 +1,7 @@
 #include "frontend/IgnoreCommand.h"
 
 #include <cstdint>
+#include <filesystem>
 #include <string>
 
 #include "catalogue/modMain.h"
@@ -49,6 +50,12 @@ void LoadNames(RecordRun& run) {
 
 // Changes are told when they are on the disk, and not before.
 int Save(RecordRun& run, const IgnoreList& list) {
+    if (run.options.dryRun) {
+        const std::string file =
+            (std::filesystem::path(run.options.userData) / IgnoreList::FileName).make_preferred().string();
+        run.report.Write({"file_written", file, {}, "write to file " + file});
+        return ExitClean;
+    }
     if (const auto problem = list.Write(run.options.userData)) {
         run.report.Message(ShownHostText(*problem));
         return ExitIncomplete;

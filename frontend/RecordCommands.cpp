@@ -105,6 +105,9 @@ int RunCommand(const RecordCommand& command, const RecordOptions& options, const
         RecordReport report(command.FullName(), options.format, streams);
         RecordRun run{options, session, report};
         const int code = command.run(run);
+        for (const WriteRecord& write : session.TakeWrites()) {
+            report.Write(write);
+        }
         return report.Finish(code);
     } catch (const MachineError& error) {
         std::fprintf(streams.err, "%s: %s\n", command.FullName().c_str(), ShownHostText(error.what()).c_str());

@@ -25,6 +25,11 @@ Problem SetFormat(RecordOptions& options, const std::string& value) {
     return std::nullopt;
 }
 
+Problem DryRun(RecordOptions& options, const std::string& /*value*/) {
+    options.dryRun = true;
+    return std::nullopt;
+}
+
 using Row = OptionRow<RecordOptions>;
 
 constexpr std::array Table{
@@ -33,6 +38,7 @@ constexpr std::array Table{
     Row{"--user-data", "DIR", false, "the folder of logs, history and ignore list", SetText<&RecordOptions::userData>},
     Row{"--format", "FORMAT", false, "text (the default) or jsonl: one JSON object a line on standard output",
         SetFormat},
+    Row{"--dry-run", "", false, "write nothing anywhere, and show each write that would have been made", DryRun},
 };
 
 }  // namespace

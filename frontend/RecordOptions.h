@@ -18,6 +18,7 @@ struct RecordOptions {
     std::string data;
     std::string userData;
     OutputFormat format = OutputFormat::Text;
+    bool dryRun = false;                ///< nothing is written, everything that would be is told
     std::string scan;                   ///< identifier, of commands that name a scan
     std::vector<std::int32_t> threats;  ///< of commands that name threats
 };

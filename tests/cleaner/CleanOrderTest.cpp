@@ -5,6 +5,7 @@
 #include "core/Recordset.h"
 #include "core/Text.h"
 #include "engine/Manager.h"
+#include "engine/modMain.h"
 #include "quarantine/Quarantine.h"
 #include "quarantine/QuarantineTables.h"
 #include "results/HistoryAccess.h"
@@ -357,6 +358,31 @@ TEST_F(Clean, TheScanForASingleThreatRemovesItForGood) {
     EXPECT_EQ(quarantine::Opened(quarantine::Threats).RecordCount(), 0);
     EXPECT_EQ(CurrentScan(), nullptr);
     EXPECT_THAT(Reported(), IsEmpty());
+}
+
+// The start of the program, as far as it makes scanners clean.
+class StartedProgram : public Application {
+public:
+    explicit StartedProgram(bool second) : second_(second) {}
+    bool PrevInstance() override { return second_; }
+    void SetTaskVisible(bool /*visible*/) override {}
+    void Load(std::unique_ptr<frmHolder> /*form*/) override {}
+
+private:
+    bool second_;
+};
+
+TEST_F(Clean, AScannerThatAClientMadeWithoutAManagerCleansToo) {
+    for (const bool second : {false, true}) {
+        const std::string exe = AddThing("program.exe");
+        tables.paths = {{Threat, exe}};
+        Begin();
+        StartedProgram program(second);
+        modMain::Main(program);
+        Scanner scanner;
+        EXPECT_TRUE(scanner.ScanThreat(Threat, true));
+        EXPECT_FALSE(Exists(exe)) << second;
+    }
 }
 
 // Restore points.

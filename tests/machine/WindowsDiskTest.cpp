@@ -286,6 +286,15 @@ TEST_F(WindowsDisk, ASleepingWindowsIsNotChanged) {
     Open("", true);
 }
 
+TEST_F(WindowsDisk, ASleepingDriveBesideIsNotChangedEither) {
+    File("hiberfil.sys", "hibr and more");
+    offline::MachineOptions options;
+    options.drives = {{'d', Disk()}};
+    EXPECT_NO_THROW(offline::OfflinePlatform{options});
+    options.writable = true;
+    EXPECT_THROW(offline::OfflinePlatform{options}, offline::OpenError);
+}
+
 TEST_F(WindowsDisk, TheRegistryOfWindows9xIsNamedAndTheDiskReadWithoutIt) {
     File("WINDOWS/SYSTEM.DAT", "CREG and more");
     Folder("WINDOWS/SYSTEM");

@@ -123,7 +123,7 @@ struct MachineView::Impl {
 
     void OpenWineRegistry(const MachineOptions& options);
     void OpenDiskRegistry(const MachineOptions& options);
-    void RefuseHibernated(const MachineOptions& options) const;
+    void RefuseUnwritable(const DriveMapping& drive) const;
     void NoteWindows9x();
     void FindWindows();
     void FindVersion();
@@ -157,24 +157,22 @@ void MachineView::Impl::OpenWineRegistry(const MachineOptions& options) {
     registry.SetWritable(options.writable);
 }
 
-/// A volume whose Windows sleeps is not what it seems: what is written would be lost, or would damage it.
-void MachineView::Impl::RefuseHibernated(const MachineOptions& options) const {
+// A drive that was named and can't be written, or whose Windows sleeps: what is written to it then would be lost, or
+// would damage it.
+void MachineView::Impl::RefuseUnwritable(const DriveMapping& drive) const {
     struct statvfs volume {};
-    if (::statvfs(options.machine.c_str(), &volume) == 0 && (volume.f_flag & ST_RDONLY) != 0) {
-        throw OpenError(options.machine.string() + " is mounted read-only");
+    if (::statvfs(drive.folder.c_str(), &volume) == 0 && (volume.f_flag & ST_RDONLY) != 0) {
+        throw OpenError(drive.folder.string() + " is mounted read-only");
     }
-    const auto image = hostPath("C:\\hiberfil.sys");
+    const auto image = hostPath(std::string(1, drive.letter) + ":\\hiberfil.sys");
     std::string sign(4, '\0');
     if (image && std::ifstream(*image, std::ios::binary).read(sign.data(), 4) && LowerAscii(sign) == "hibr") {
-        throw OpenError(options.machine.string() + " is hibernated: start its Windows and shut it down before it is " +
+        throw OpenError(drive.folder.string() + " is hibernated: start its Windows and shut it down before it is " +
                         "changed");
     }
 }
 
 void MachineView::Impl::OpenDiskRegistry(const MachineOptions& options) {
-    if (options.writable) {
-        RefuseHibernated(options);
-    }
     for (const std::string_view folder : WindowsFolders) {
         const std::string config = std::string(folder) + "\\system32\\config";
         if (files.PathIsDirectory(config) != 0) {
@@ -368,6 +366,14 @@ std::string MachineView::Impl::Usual(const ShellFolder& folder) const {
 MachineView::MachineView(const MachineOptions& options, platform::Files& files, const HostPathFunction& hostPath)
     : impl_(std::make_unique<Impl>(files, hostPath)) {
     impl_->kind = DetectKind(options.machine);
+    if (options.writable) {
+        if (!options.machine.empty()) {
+            impl_->RefuseUnwritable({'C', options.machine});
+        }
+        for (const DriveMapping& drive : options.drives) {
+            impl_->RefuseUnwritable(drive);
+        }
+    }
     if (impl_->kind == MachineKind::WinePrefix) {
         impl_->OpenWineRegistry(options);
     } else if (impl_->kind == MachineKind::WindowsDisk) {
