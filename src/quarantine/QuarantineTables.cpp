@@ -77,10 +77,16 @@ void Define(Recordset& recordset, const Layout& layout) {
     recordset.Open();
 }
 
+// A file without a byte is what a save leaves that was cut when it had made the file: there is no table in it, and the
+// others are not to be closed for it.
+bool HoldsATable(const std::string& path) {
+    return paths::FileExists(path) && platform::Current().files->Length(path).ValueOr(1) != 0;
+}
+
 void OpenTable(const Layout& layout) {
     Recordset& recordset = *(State().*layout.table.recordset);
     const std::string path = PathOf(layout.table);
-    if (paths::FileExists(path)) {
+    if (HoldsATable(path)) {
         recordset.Open(path);
     } else {
         Define(recordset, layout);
@@ -98,7 +104,7 @@ bool IsOfThisLayout(const Recordset& index) {
 void CheckIndex() {
     Recordset& index = Opened(Threats);
     const std::string path = PathOf(Threats);
-    if (!paths::FileExists(path) || IsOfThisLayout(index)) {
+    if (!HoldsATable(path) || IsOfThisLayout(index)) {
         return;
     }
     modCleanerHelper::CleanerLog("Bad kelQuarantine version. ");

@@ -38,8 +38,9 @@ inline constexpr const Table* Tables[] = {&Threats, &Cookies, &Files, &Folders, 
 /// The filter for the rows of one threat. An identifier with a quote in it makes a text that is no filter.
 [[nodiscard]] std::string OfThreat(std::string_view QuarantineThreatID);
 
-/// Makes six new tables, each from its file where there is one. No file is made. An index without rows, or of the
-/// older layout without category and author, is deleted and begun anew, with a line in the cleaner's log.
+/// Makes six new tables, each from its file where there is one; one of no length counts as missing. No file is made. An
+/// index without rows, or of the older layout without category and author, is deleted and begun anew, with a line in
+/// the cleaner's log.
 /// @throws RuntimeError when a file can't be read; the tables behind it are then closed.
 void OpenTables();
 

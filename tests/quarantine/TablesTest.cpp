@@ -2,6 +2,7 @@
 
 #include "QuarantineTest.h"
 #include "core/RuntimeError.h"
+#include "core/Value.h"
 #include "decorators/FaultInjectingPlatform.h"
 #include "rules/modCleanerHelper.h"
 
@@ -46,6 +47,23 @@ TEST_F(QuarantineTables, EachHasItsColumnsTypesAndLengths) {
                             "RegValueData 200 255", "RegValueDataType 3"));
     EXPECT_THAT(Columns(quarantine::Specials), ElementsAre("QThreatID 200 30", "QSpecialType 131", "Data1 200 255",
                                                            "Data2 200 255", "Data3 200 255", "Data4 200 255"));
+}
+
+// What a save leaves that was cut when it had made a file.
+TEST_F(QuarantineTables, AFileWithoutAByteIsAMissingTableAndClosesNoOther) {
+    quarantine::Opened(quarantine::RegKeys).AddNew();
+    quarantine::Opened(quarantine::RegKeys).Set("QThreatID", std::string("kept"));
+    quarantine::Opened(quarantine::RegKeys).Update();
+    quarantine::SaveTables();
+    for (const quarantine::Table* table : {&quarantine::Threats, &quarantine::Files}) {
+        WriteFile(UserFolder() + std::string(table->file), "");
+    }
+    quarantine::OpenTables();
+    EXPECT_TRUE(quarantine::Opened(quarantine::Threats).Eof());
+    EXPECT_TRUE(quarantine::Opened(quarantine::Files).Eof());
+    EXPECT_EQ(ToText(quarantine::Opened(quarantine::RegKeys).Get("QThreatID")), "kept");
+    quarantine::SaveTables();
+    EXPECT_NO_THROW(quarantine::OpenTables());
 }
 
 TEST_F(QuarantineTables, OpeningMakesNoFileAndTheFirstSaveMakesAll) {
