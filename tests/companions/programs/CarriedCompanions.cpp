@@ -11,12 +11,15 @@
 
 KEL_CARRY(kelCleanerProgram, KEL_CLEANER);
 KEL_CARRY(kelTreeProgram, KEL_TREE);
+KEL_CARRY(kelServerProgram, KEL_SERVER);
 
 extern "C" {
 extern const char kelCleanerProgramBegin[];
 extern const char kelCleanerProgramEnd[];
 extern const char kelTreeProgramBegin[];
 extern const char kelTreeProgramEnd[];
+extern const char kelServerProgramBegin[];
+extern const char kelServerProgramEnd[];
 }
 
 namespace kel::test {
@@ -27,6 +30,10 @@ std::string_view CleanerProgramFile() {
 
 std::string_view TreeProgramFile() {
     return {kelTreeProgramBegin, kelTreeProgramEnd};
+}
+
+std::string_view ServerProgramFile() {
+    return {kelServerProgramBegin, kelServerProgramEnd};
 }
 
 }  // namespace kel::test

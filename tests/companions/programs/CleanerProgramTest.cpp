@@ -31,9 +31,7 @@ protected:
     CleanerProgram() : value_(Machine(), UserFolder()) { WriteFile(Program(), CleanerProgramFile()); }
 
     [[nodiscard]] std::string Program() const { return AppFolder() + "kelASCleaner.exe"; }
-    ProgramEnd Run(const std::string& arguments = {}) {
-        return RunProgram(Program(), arguments, Folder() + "said.txt");
-    }
+    ProgramEnd Run(const std::string& arguments = {}) { return RunProgram(Program(), arguments); }
     [[nodiscard]] std::vector<std::string> Log() {
         return LogLines(Machine(), UserFolder(), companions::CleanerProgram);
     }

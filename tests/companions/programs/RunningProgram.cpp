@@ -9,27 +9,35 @@ namespace {
 
 constexpr DWORD Patience = 60000;
 
-std::string Contents(HANDLE file) {
-    std::string text(::GetFileSize(file, nullptr), '\0');
+// Enough for all that a program says, so that it never waits for its reader.
+constexpr DWORD PipeSize = 65536;
+
+// What is in the pipe. Its end is not waited for: what the program started may hold it for as long as it runs.
+std::string Contents(HANDLE pipe) {
+    DWORD there = 0;
+    ::PeekNamedPipe(pipe, nullptr, 0, nullptr, &there, nullptr);
+    std::string text(there, '\0');
     DWORD read = 0;
-    ::SetFilePointer(file, 0, nullptr, FILE_BEGIN);
-    EXPECT_NE(::ReadFile(file, text.data(), static_cast<DWORD>(text.size()), &read, nullptr), FALSE);
+    if (there > 0) {
+        EXPECT_NE(::ReadFile(pipe, text.data(), there, &read, nullptr), FALSE);
+    }
+    text.resize(read);
     return text;
 }
 
 }  // namespace
 
-ProgramEnd RunProgram(const std::string& program, const std::string& arguments, const std::string& scratch) {
+ProgramEnd RunProgram(const std::string& program, const std::string& arguments) {
     SECURITY_ATTRIBUTES inherited{sizeof(SECURITY_ATTRIBUTES), nullptr, TRUE};
-    const HANDLE file = ::CreateFileA(scratch.c_str(), GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE,
-                                      &inherited, CREATE_ALWAYS, FILE_FLAG_DELETE_ON_CLOSE, nullptr);
-    EXPECT_NE(file, INVALID_HANDLE_VALUE) << scratch;
+    HANDLE read = nullptr;
+    HANDLE write = nullptr;
+    EXPECT_NE(::CreatePipe(&read, &write, &inherited, PipeSize), FALSE);
     std::string command = "\"" + program + "\" " + arguments;
     STARTUPINFOA startup{};
     startup.cb = sizeof(startup);
     startup.dwFlags = STARTF_USESTDHANDLES;
-    startup.hStdOutput = file;
-    startup.hStdError = file;
+    startup.hStdOutput = write;
+    startup.hStdError = write;
     PROCESS_INFORMATION process{};
     ProgramEnd end;
     if (::CreateProcessA(program.c_str(), command.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup,
@@ -42,8 +50,9 @@ ProgramEnd RunProgram(const std::string& program, const std::string& arguments, 
     ::TerminateProcess(process.hProcess, 0);
     ::CloseHandle(process.hThread);
     ::CloseHandle(process.hProcess);
-    end.said = Contents(file);
-    ::CloseHandle(file);
+    end.said = Contents(read);
+    ::CloseHandle(read);
+    ::CloseHandle(write);
     return end;
 }
 

@@ -12,7 +12,6 @@ struct ProgramEnd {
 
 /// Fails the running test when it does not end within a minute.
 /// @param arguments as they stand in the command line behind the program
-/// @param scratch path of a file that takes the error stream meanwhile
-ProgramEnd RunProgram(const std::string& program, const std::string& arguments, const std::string& scratch);
+ProgramEnd RunProgram(const std::string& program, const std::string& arguments);
 
 }  // namespace kel::test

@@ -25,7 +25,7 @@ protected:
     TreeProgram() : value_(Machine(), UserFolder()) { WriteFile(Program(), TreeProgramFile()); }
 
     [[nodiscard]] std::string Program() const { return AppFolder() + "kvASThreatAuditpk.exe"; }
-    ProgramEnd Run(const std::string& arguments) { return RunProgram(Program(), arguments, Folder() + "said.txt"); }
+    ProgramEnd Run(const std::string& arguments) { return RunProgram(Program(), arguments); }
     [[nodiscard]] std::vector<std::string> Log() { return LogLines(Machine(), UserFolder(), companions::TreeProgram); }
     [[nodiscard]] static std::string Number(std::uint32_t id) { return Text(static_cast<std::int64_t>(id)); }
 
