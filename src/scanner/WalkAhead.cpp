@@ -29,15 +29,16 @@ void WalkAhead::Enter(std::string path) {
     if (!path.ends_with('\\')) {
         path += '\\';
     }
-    if (std::shared_ptr<platform::FolderAhead> folder = platform::Current().files->Ahead(path)) {
-        levels_.push_back({std::move(path), std::move(folder)});
+    if (auto files = platform::Current().files->Ahead(path)) {
+        levels_.push_back({std::make_shared<const AheadFolder>(AheadFolder{std::move(path), std::move(files)})});
     }
 }
 
 bool WalkAhead::Next(AheadItem& item) {
     while (!levels_.empty()) {
         Level& level = levels_.back();
-        if (level.next == level.folder->Count()) {
+        platform::FolderAhead& files = *level.folder->files;
+        if (level.next == files.Count()) {
             level.next = 0;
             if (std::exchange(level.enters, true)) {
                 levels_.pop_back();
@@ -45,11 +46,11 @@ bool WalkAhead::Next(AheadItem& item) {
             continue;
         }
         const std::size_t index = level.next++;
-        const Kind kind = level.folder->KindOf(index);
-        const std::string_view name = level.folder->Name(index);
+        const Kind kind = files.KindOf(index);
+        const std::string_view name = files.Name(index);
         if (level.enters) {
             if (kind == Kind::Folder) {
-                std::string path = level.path;
+                std::string path = level.folder->path;
                 path += name;
                 if (MayBeEntered(name, path)) {
                     Enter(std::move(path));
@@ -58,10 +59,8 @@ bool WalkAhead::Next(AheadItem& item) {
             continue;
         }
         if (kind == Kind::File && (pattern_.empty() || platform::Current().files->MatchSpec(name, pattern_))) {
-            item.path = level.path;
-            item.path += name;
-            item.name = name;
             item.folder = level.folder;
+            item.index = index;
             return true;
         }
     }

@@ -24,8 +24,7 @@ public:
 
 private:
     struct Level {
-        std::string path;  ///< with a trailing backslash
-        std::shared_ptr<platform::FolderAhead> folder;
+        std::shared_ptr<const AheadFolder> folder;
         std::size_t next = 0;
         bool enters = false;  ///< its files are through
     };

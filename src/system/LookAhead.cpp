@@ -49,18 +49,31 @@ bool ListedFiles::Next(AheadItem& item) {
         return false;
     }
     item.path = std::move(paths_[next_++]);
-    const std::size_t end = item.path.rfind('\\');
-    if (end == std::string::npos) {
-        item.folder = nullptr;
+    item.folder = nullptr;
+    const std::size_t end = item.path.rfind('\\') + 1;
+    if (end == 0) {
         return true;
     }
-    if (folder_ == nullptr || std::string_view(item.path).substr(0, end + 1) != folderPath_) {
-        folderPath_ = item.path.substr(0, end + 1);
-        folder_ = platform::Current().files->Ahead(folderPath_);
+    const std::string_view path = item.path;
+    if (folder_ == nullptr || path.substr(0, end) != folder_->path) {
+        std::string text(path.substr(0, end));
+        auto files = platform::Current().files->Ahead(text);
+        folder_ = std::make_shared<const AheadFolder>(AheadFolder{std::move(text), std::move(files)});
     }
-    item.folder = folder_;
-    item.name = item.path.substr(end + 1);
+    if (const auto index = folder_->files ? folder_->files->IndexOf(path.substr(end)) : std::nullopt) {
+        item.folder = folder_;
+        item.index = *index;
+    }
     return true;
+}
+
+bool AheadItem::Is(std::string_view wanted) const {
+    if (!path.empty() || folder == nullptr) {
+        return path == wanted;
+    }
+    const std::string_view name = folder->files->Name(index);
+    return wanted.size() == folder->path.size() + name.size() && wanted.ends_with(name) &&
+           wanted.starts_with(folder->path);
 }
 
 LookAhead::LookAhead(std::unique_ptr<AheadSource> source)
@@ -68,12 +81,13 @@ LookAhead::LookAhead(std::unique_ptr<AheadSource> source)
     const Md5Kernel& kernel = ChosenMd5Kernel();
     const std::size_t share = std::min(Limit() / 2 / kernel.lanes, MostBytesALane) / Md5BlockBytes * Md5BlockBytes;
     if (share != 0) {
+        items_.resize(MostItems);
         hasher_ = std::make_unique<LaneHasher>(kernel, share,
                                                [this](std::uint64_t number, const std::optional<Md5Digest>& digest) {
                                                    if (number < first_) {
                                                        return;  // passed over meanwhile
                                                    }
-                                                   Item& item = items_[static_cast<std::size_t>(number - first_)];
+                                                   Item& item = At(number);
                                                    item.state = digest ? State::Hashed : State::Unknown;
                                                    item.digest = digest.value_or(Md5Digest{});
                                                });
@@ -112,39 +126,46 @@ std::optional<Md5Digest> LookAhead::Digest(std::string_view path, const platform
 
 LookAhead::Item* LookAhead::Find(std::string_view path) {
     // The first item stays until another one is asked for: a file that is found is asked for twice.
-    const auto is = [path](const Item& item) { return item.path == path; };
-    auto found = std::find_if(items_.begin(), items_.end(), is);
-    for (unsigned fetched = 0; found == items_.end() && fetched < MostFetched && Fetch(); ++fetched) {
-        found = items_.empty() || !is(items_.back()) ? items_.end() : std::prev(items_.end());
+    std::uint64_t found = first_;
+    for (unsigned fetched = 0;; ++found) {
+        while (found == end_) {
+            if (fetched++ == MostFetched || !Fetch()) {
+                return nullptr;
+            }
+        }
+        if (At(found).what.Is(path)) {
+            break;
+        }
     }
-    if (found == items_.end()) {
-        return nullptr;
+    for (; first_ != found; ++first_) {
+        At(first_).what.folder.reset();
     }
-    first_ += static_cast<std::uint64_t>(found - items_.begin());
-    items_.erase(items_.begin(), found);
-    return &items_.front();
+    return &At(found);
 }
 
 // Looks at one more file, and takes it on unless nobody will ask for its hash. False when there is none, or no room.
 bool LookAhead::Fetch() {
-    AheadItem next;
-    if (atEnd_ || items_.size() >= MostItems || !source_->Next(next)) {
-        atEnd_ = atEnd_ || items_.size() < MostItems;
+    if (atEnd_ || end_ - first_ == items_.size()) {
         return false;
     }
-    auto file = next.folder ? next.folder->Open(next.name) : nullptr;
+    Item& item = At(end_);
+    atEnd_ = !source_->Next(item.what);
+    if (atEnd_) {
+        return false;
+    }
+    auto file = item.what.folder ? item.what.folder->files->Open(item.what.index) : nullptr;
     if (file && !modMD5::IsHashed(file->Stamp().size)) {
         return true;
     }
-    Item& item = items_.emplace_back();
-    item.path = std::move(next.path);
+    const std::uint64_t number = end_++;
+    item.state = State::Unknown;
     if (file) {
         item.stamp = file->Stamp();
         item.state = State::Waiting;
         if (coldFor_ > 0) {
             file->WillBeRead();
         }
-        opened_.push_back({first_ + items_.size() - 1, std::move(file)});
+        opened_.push_back({number, std::move(file)});
     }
     return true;
 }

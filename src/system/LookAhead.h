@@ -16,11 +16,19 @@
 
 namespace kel {
 
+/// A folder of such files.
+struct AheadFolder {
+    std::string path;  ///< with a trailing backslash
+    std::unique_ptr<platform::FolderAhead> files;
+};
+
 /// A file that is likely to be asked for.
 struct AheadItem {
-    std::string path;                               ///< to the letter as modMD5::FileMD5 will be given it
-    std::shared_ptr<platform::FolderAhead> folder;  ///< its folder; null when it can't be read ahead
-    std::string name;                               ///< in its folder
+    std::shared_ptr<const AheadFolder> folder;  ///< null when it can't be read ahead
+    std::size_t index = 0;                      ///< in its folder
+    std::string path;  ///< to the letter as modMD5::FileMD5 will be given it; empty: the folder's with the listed name
+
+    [[nodiscard]] bool Is(std::string_view wanted) const;
 };
 
 /// Says what will be asked for, in that order. It may be wrong: that costs time and nothing else.
@@ -41,8 +49,7 @@ public:
 private:
     std::vector<std::string> paths_;
     std::size_t next_ = 0;
-    std::string folderPath_;
-    std::shared_ptr<platform::FolderAhead> folder_;
+    std::shared_ptr<const AheadFolder> folder_;  // of the last one, with or without files
 };
 
 /// While it lives, modMD5::FileMD5 finds the digests of its files ready. It works only when it is asked, on the
@@ -67,7 +74,7 @@ public:
 private:
     enum class State : std::uint8_t { Waiting, Hashed, Unknown };
     struct Item {
-        std::string path;
+        AheadItem what;
         platform::FileStamp stamp;
         Md5Digest digest{};
         State state = State::Unknown;
@@ -78,6 +85,7 @@ private:
     };
     using Time = std::chrono::steady_clock;
 
+    [[nodiscard]] Item& At(std::uint64_t number) { return items_[number % items_.size()]; }
     [[nodiscard]] Item* Find(std::string_view path);
     bool Fetch();
     void Refill();
@@ -86,8 +94,10 @@ private:
 
     std::unique_ptr<AheadSource> source_;
     std::unique_ptr<LaneHasher> hasher_;  // null when reading ahead is off
-    std::deque<Item> items_;
-    std::uint64_t first_ = 0;    // number of items_.front()
+    // The last item that was asked for and those behind it, by number; a ring.
+    std::vector<Item> items_;
+    std::uint64_t first_ = 0;
+    std::uint64_t end_ = 0;
     std::deque<Opened> opened_;  // waiting for a lane
     bool atEnd_ = false;
 

@@ -64,9 +64,12 @@ private:
         [[nodiscard]] std::size_t Count() const override { return inner_->Count(); }
         [[nodiscard]] std::string_view Name(std::size_t index) const override { return inner_->Name(index); }
         Kind KindOf(std::size_t index) override { return inner_->KindOf(index); }
-        std::unique_ptr<platform::AheadFile> Open(std::string_view name) override {
-            all_.ahead.emplace_back(name);
-            auto file = inner_->Open(name);
+        [[nodiscard]] std::optional<std::size_t> IndexOf(std::string_view name) const override {
+            return inner_->IndexOf(name);
+        }
+        std::unique_ptr<platform::AheadFile> Open(std::size_t index) override {
+            all_.ahead.emplace_back(inner_->Name(index));
+            auto file = inner_->Open(index);
             return file ? std::make_unique<File>(std::move(file), all_) : nullptr;
         }
 

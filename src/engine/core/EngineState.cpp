@@ -1,5 +1,6 @@
 #include "core/EngineState.h"
 
+#include <array>
 #include <utility>
 
 #include "core/RuntimeError.h"
@@ -16,6 +17,12 @@ struct ScopeData {
     std::int16_t optMaxOptionLevel = 0;
     std::int32_t optMaxMD5Len = 0;
     std::unordered_map<std::type_index, std::shared_ptr<void>> modules;
+    // Of the modules those that were asked for last, by the address of their type's name; equal types may have several.
+    struct Recent {
+        const char* name = nullptr;
+        void* slot = nullptr;
+    };
+    std::array<Recent, 64> recent;
 };
 
 ScopeData*& Active() {
@@ -66,11 +73,18 @@ std::int32_t& OptMaxMD5Len() {
 }
 
 void* ModuleSlot(std::type_index type, std::shared_ptr<void> (*make)()) {
-    std::shared_ptr<void>& slot = Data().modules[type];
-    if (!slot) {
-        slot = make();
+    ScopeData& data = Data();
+    const char* const name = type.name();
+    const auto address = reinterpret_cast<std::uintptr_t>(name);
+    ScopeData::Recent& recent = data.recent[(address ^ address >> 6) % data.recent.size()];
+    if (recent.name != name) {
+        std::shared_ptr<void>& slot = data.modules[type];
+        if (!slot) {
+            slot = make();
+        }
+        recent = {name, slot.get()};
     }
-    return slot.get();
+    return recent.slot;
 }
 
 void DoEvents() {

@@ -82,20 +82,24 @@ public:
         return kind == DT_REG ? Kind::File : kind == DT_DIR ? Kind::Folder : Kind::Other;
     }
 
-    std::unique_ptr<AheadFile> Open(std::string_view name) override {
-        // A name as listed is one component of the host's, so that there is no way out of the folder.
-        const auto index = listing_->Find(name);
-        const auto host = index ? HostName(listing_->Name(*index)) : std::nullopt;
-        // Opening a device can already do something.
-        if (!host || KindOf(*index) != Kind::File) {
+    [[nodiscard]] std::optional<std::size_t> IndexOf(std::string_view name) const override {
+        return listing_->Find(name);
+    }
+
+    std::unique_ptr<AheadFile> Open(std::size_t index) override {
+        // A name as listed is one component of the host's, so that there is no way out of the folder. Opening a device
+        // can already do something.
+        std::string changed;
+        const char* const host = KindOf(index) == Kind::File ? HostNameAt(index, changed) : nullptr;
+        if (host == nullptr) {
             return nullptr;
         }
         constexpr int Flags = O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY;
-        HostFd fd(openat(folder_->Fd(), host->c_str(), Flags | O_NOATIME));
+        HostFd fd(openat(folder_->Fd(), host, Flags | O_NOATIME));
         if (!fd.Valid() && errno == EPERM) {
-            fd = HostFd(openat(folder_->Fd(), host->c_str(), Flags));  // another owner's
+            fd = HostFd(openat(folder_->Fd(), host, Flags));  // another owner's
         }
-        struct stat status {};
+        struct stat status;
         if (!fd.Valid() || fstat(fd.Get(), &status) != 0 || !S_ISREG(status.st_mode) || !IsSettled(status)) {
             return nullptr;
         }
@@ -103,6 +107,19 @@ public:
     }
 
 private:
+    // The host's name of an entry, which lies in `changed` where it differs from the shown one; null where it has none.
+    const char* HostNameAt(std::size_t index, std::string& changed) const {
+        if (listing_->IsPlain(index)) {
+            return listing_->Name(index).data();
+        }
+        auto host = HostName(listing_->Name(index));
+        if (!host) {
+            return nullptr;
+        }
+        changed = *std::move(host);
+        return changed.c_str();
+    }
+
     std::shared_ptr<Folder> folder_;
     std::shared_ptr<Listing> listing_;
 };

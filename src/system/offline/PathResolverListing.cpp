@@ -3,7 +3,10 @@
 #include <dirent.h>
 #include <fcntl.h>
 
+#include <unistd.h>
+
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <unordered_map>
 #include <unordered_set>
@@ -42,33 +45,30 @@ std::string ShortPart(std::string_view folded, std::size_t most) {
 }  // namespace
 
 Result<std::shared_ptr<Listing>> Listing::Read(int folder) {
-    // A descriptor of its own, because the position of a listing belongs to the open file.
-    const int fd = openat(folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (fd < 0) {
-        return FromErrno(errno);
-    }
-    DIR* stream = fdopendir(fd);
-    if (stream == nullptr) {
-        const HostFd closer(fd);
+    // The position belongs to the descriptor, which is nobody else's.
+    if (lseek(folder, 0, SEEK_SET) < 0) {
         return FromErrno(errno);
     }
     auto listing = std::make_shared<Listing>();
-    int error = 0;
+    alignas(dirent64) std::array<char, 32 * 1024> block;
     for (;;) {
-        errno = 0;
-        const dirent* entry = readdir(stream);
-        if (entry == nullptr) {
-            error = errno;
+        const ssize_t filled = getdents64(folder, block.data(), block.size());
+        if (filled < 0) {
+            return FromErrno(errno);
+        }
+        if (filled == 0) {
             break;
         }
-        const std::string_view name = entry->d_name;
-        if (name != "." && name != "..") {
-            listing->entries_.push_back(listing->Store(ShownName(name), entry->d_ino, entry->d_type));
+        for (ssize_t at = 0; at < filled;) {
+            const auto* const entry = reinterpret_cast<const dirent64*>(block.data() + at);
+            at += entry->d_reclen;
+            const std::string_view name = entry->d_name;
+            if (IsPlainName(name)) {
+                listing->entries_.push_back(listing->Store(name, entry->d_ino, entry->d_type));
+            } else if (name != "." && name != "..") {
+                listing->entries_.push_back(listing->Store(ShownName(name), entry->d_ino, entry->d_type));
+            }
         }
-    }
-    closedir(stream);
-    if (error != 0) {
-        return FromErrno(error);
     }
     std::sort(listing->entries_.begin(), listing->entries_.end(),
               [&](const Entry& left, const Entry& right) { return listing->Before(left, right); });
@@ -76,14 +76,27 @@ Result<std::shared_ptr<Listing>> Listing::Read(int folder) {
 }
 
 Listing::Entry Listing::Store(std::string_view name, std::uint64_t inode, unsigned char kind) {
-    const std::string folded = FoldName(name);
     Entry entry{};
     entry.inode = inode;
     entry.kind = kind;
+    entry.plain = IsPlainName(name);
     entry.name = static_cast<std::uint32_t>(text_.size());
     entry.nameLength = static_cast<std::uint16_t>(name.size());
-    text_ += name;
+    text_.append(name).push_back('\0');
     entry.folded = entry.name;
+    entry.foldedLength = entry.nameLength;
+    if (entry.plain) {
+        // In ASCII the letters alone change, which needs no text in between.
+        const auto isSmall = [](char letter) { return letter >= 'a' && letter <= 'z'; };
+        if (std::any_of(name.begin(), name.end(), isSmall)) {
+            entry.folded = static_cast<std::uint32_t>(text_.size());
+            for (const char letter : name) {
+                text_.push_back(isSmall(letter) ? static_cast<char>(letter - 'a' + 'A') : letter);
+            }
+        }
+        return entry;
+    }
+    const std::string folded = FoldName(name);
     entry.foldedLength = static_cast<std::uint16_t>(folded.size());
     if (folded != name) {
         entry.folded = static_cast<std::uint32_t>(text_.size());
@@ -177,7 +190,7 @@ void Listing::Remove(std::string_view name) {
         return;
     }
     const Entry& gone = entries_[*index];
-    dead_ += gone.nameLength + (gone.folded == gone.name ? 0U : gone.foldedLength);
+    dead_ += gone.nameLength + 1U + (gone.folded == gone.name ? 0U : gone.foldedLength);
     entries_.erase(entries_.begin() + static_cast<std::ptrdiff_t>(*index));
     shortNames_.clear();
     if (dead_ > 4096 && dead_ > text_.size() / 2) {

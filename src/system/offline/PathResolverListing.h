@@ -23,8 +23,10 @@ public:
     [[nodiscard]] unsigned char Kind(std::size_t index) const { return entries_[index].kind; }
 
     [[nodiscard]] std::size_t Size() const { return entries_.size(); }
-    /// The name as the machine shows it.
+    /// The name as the machine shows it, with a code 0 behind it.
     [[nodiscard]] std::string_view Name(std::size_t index) const;
+    /// Whether the host has the same name for it.
+    [[nodiscard]] bool IsPlain(std::size_t index) const { return entries_[index].plain; }
     [[nodiscard]] std::string_view Folded(std::size_t index) const;
     [[nodiscard]] std::uint64_t Inode(std::size_t index) const { return entries_[index].inode; }
 
@@ -48,6 +50,7 @@ private:
         std::uint16_t nameLength;
         std::uint16_t foldedLength;
         unsigned char kind;  // of the host
+        bool plain;
     };
 
     Entry Store(std::string_view name, std::uint64_t inode, unsigned char kind);

@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -121,9 +122,11 @@ public:
     /// Name of an entry from 0; valid as long as the object.
     [[nodiscard]] virtual std::string_view Name(std::size_t index) const = 0;
     virtual Kind KindOf(std::size_t index) = 0;
+    /// The entry of a name as the machine compares names.
+    [[nodiscard]] virtual std::optional<std::size_t> IndexOf(std::string_view name) const = 0;
     /// Opens a file without a trace, where that is allowed of its last access too. Null when it is no file, can't be
     /// opened, or changed so recently that a further change could go unseen.
-    virtual std::unique_ptr<AheadFile> Open(std::string_view name) = 0;
+    virtual std::unique_ptr<AheadFile> Open(std::size_t index) = 0;
 };
 
 enum class OpenMode {
