@@ -213,6 +213,18 @@ TEST_F(DryRun, ShortNamesOfTheMachineLeadToWhatWasChanged) {
     EXPECT_FALSE(view_.files->PathExists(shortPath));
 }
 
+TEST_F(DryRun, AListingOfNamesTellsTheShortOnesOfAChangedFolderToo) {
+    const std::string pattern = Path("folder\\sub\\Long*");
+    platform::FindData entry;
+    ASSERT_TRUE(real_.files->FindFirst(pattern, entry).Ok());
+    const std::string wanted = entry.alternateName;
+    ASSERT_NE(wanted, "");
+    WriteFile(view_, Path("folder\\sub\\new"), "x");
+    const auto find = view_.files->FindNames(pattern, entry);
+    ASSERT_TRUE(find.Ok());
+    EXPECT_EQ((*find)->AlternateName(entry), wanted);
+}
+
 TEST_F(DryRun, TwoNewLongNamesHaveTwoShortOnes) {
     WriteFile(view_, Path("A long name.text"), "1");
     WriteFile(view_, Path("A long nature.text"), "2");

@@ -66,7 +66,7 @@ private:
     platform::Result<std::unique_ptr<platform::Find>> Enumerate(std::string_view pattern, platform::FindData& first,
                                                                 bool namesOnly);
     platform::Result<std::vector<platform::FindData>> Merge(const OverlayNode& folder, bool root,
-                                                            std::string_view pattern, bool namesOnly);
+                                                            std::string_view pattern);
     [[nodiscard]] bool IsEmptyFolder(const OverlayPlace& place);
 
     platform::Result<std::unique_ptr<platform::OpenFile>> OpenToRead(const OverlayPlace& place, std::string_view path);

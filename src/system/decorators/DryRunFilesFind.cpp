@@ -52,7 +52,7 @@ Result<std::unique_ptr<platform::Find>> DryRunFiles::Enumerate(std::string_view 
     }
     std::vector<FindData> entries;
     if (IsPattern(name)) {
-        auto merged = Merge(*folder.node, folder.path.IsRoot(), name, namesOnly);
+        auto merged = Merge(*folder.node, folder.path.IsRoot(), name);
         if (!merged) {
             return merged.Error();
         }
@@ -72,13 +72,13 @@ Result<std::unique_ptr<platform::Find>> DryRunFiles::Enumerate(std::string_view 
     return std::unique_ptr<platform::Find>(std::make_unique<OverlayFind>(std::move(entries)));
 }
 
-Result<std::vector<FindData>> DryRunFiles::Merge(const OverlayNode& folder, bool root, std::string_view pattern,
-                                                 bool namesOnly) {
+Result<std::vector<FindData>> DryRunFiles::Merge(const OverlayNode& folder, bool root, std::string_view pattern) {
     std::vector<FindData> entries;
     if (!folder.origin.empty()) {
         const std::string real = Below(folder.origin, pattern);
         FindData entry;
-        auto find = namesOnly ? Inner().FindNames(real, entry) : Inner().FindFirst(real, entry);
+        // With all details also where names are enough: the enumeration is not there any more when they are asked for.
+        auto find = Inner().FindFirst(real, entry);
         SysError error = find.Error();
         if (!find && error != SysError::FileNotFound && error != SysError::NoMoreFiles) {
             return error;

@@ -56,8 +56,7 @@ std::string MakeShortName(platform::Text& text, std::string_view name,
     const std::string_view base = std::string_view(upper).substr(0, hasExtension ? dot : upper.size());
     for (unsigned number = 1; number <= MostNumbers; ++number) {
         const std::string tail = "~" + std::to_string(number);
-        const std::string candidate =
-            Shorten(base, std::min<std::size_t>(6, MostOfBase - tail.size())) + tail + extension;
+        std::string candidate = Shorten(base, std::min<std::size_t>(6, MostOfBase - tail.size())) + tail + extension;
         if (!taken(candidate)) {
             return candidate;
         }
