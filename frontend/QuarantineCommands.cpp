@@ -45,7 +45,8 @@ void AddRecords(CLI::App& app, bool needed, QuarantineOptions& options) {
     option->required(needed);
 }
 
-std::optional<std::string> Missing(const QuarantineCommand& command, const QuarantineOptions& options) {
+std::optional<std::string> Missing([[maybe_unused]] const QuarantineCommand& command,
+                                   const QuarantineOptions& options) {
     if (options.userData.empty()) {
         return "--user-data is required";
     }

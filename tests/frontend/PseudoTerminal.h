@@ -43,6 +43,11 @@ public:
 
     [[nodiscard]] std::FILE* File() const { return file_; }
 
+    /// Types on its keyboard; read from its file's descriptor.
+    void Type(const std::string& text) const {
+        EXPECT_EQ(::write(master_, text.data(), text.size()), static_cast<ssize_t>(text.size()));
+    }
+
     /// What was written on it since the last call; at most a few thousand bytes may wait.
     [[nodiscard]] std::string Read() const {
         // What is written arrives some time later, so a mark behind it tells where it ends.

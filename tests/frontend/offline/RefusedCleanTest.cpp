@@ -1,0 +1,167 @@
+// Cleans that must not begin: nobody to ask, a machine in use, asleep or not to be written.
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <signal.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <fstream>
+
+#include "../CapturedStream.h"
+#include "../PseudoTerminal.h"
+#include "CleanRun.h"
+#include "frontend/CommandLine.h"
+#include "frontend/ExitCodes.h"
+
+namespace kel::test {
+namespace {
+
+using frontend::ExitClean;
+using frontend::ExitNoInput;
+using frontend::ExitThreats;
+using frontend::ExitUsage;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+using testing::SizeIs;
+
+class RefusedClean : public CleanRun {
+protected:
+    /// A scan that asks, with the answer typed beforehand.
+    Outcome Asked(const std::string& answer, const std::vector<std::string>& more = {}) const {
+        const PseudoTerminal screen(120);
+        screen.Type(answer);
+        const CapturedStream out;
+        std::vector<std::string> arguments{"scan",          "--machine",   Machine().string(),  "--data",
+                                           Data().string(), "--user-data", UserData().string(), "--quarantine"};
+        arguments.insert(arguments.end(), more.begin(), more.end());
+        const int code = frontend::Run(arguments, {out.File(), screen.File(), screen.File()});
+        return {code, out.Text(), screen.Read()};
+    }
+};
+
+TEST_F(RefusedClean, WithoutATerminalAndWithoutYesNothingBegins) {
+    const auto before = Snapshot(Machine());
+    for (const char* how : {"--quarantine", "--destroy"}) {
+        const Outcome outcome = Scan({how});
+        EXPECT_EQ(outcome.code, ExitUsage);
+        EXPECT_EQ(outcome.out, "");
+        EXPECT_THAT(outcome.err, HasSubstr(std::string(how) + " removes threats from the machine, and there is no "
+                                                              "terminal to ask on; say --yes"));
+        EXPECT_FALSE(std::filesystem::exists(UserData()));
+    }
+    EXPECT_EQ(Snapshot(Machine()), before);
+}
+
+TEST_F(RefusedClean, OnATerminalItIsShownAndAsked) {
+    const Outcome outcome = Asked("y\n", {"--threat", "1", "--no-progress"});
+    EXPECT_EQ(outcome.code, ExitThreats);
+    EXPECT_EQ(outcome.err,
+              "These threats will be removed from the machine into the quarantine:\n  Example.Path  (threat 1)\n"
+              "    file  C:\\users\\ada\\Desktop\\pic.exe\n    file  C:\\windows\\system32\\TIN.DLL\nGo on? [y/N] ");
+    EXPECT_THAT(outcome.out, HasSubstr("1 threat removed, 2 locations in all\n"));
+    EXPECT_THAT(Records(), SizeIs(1));
+}
+
+TEST_F(RefusedClean, AnythingButYesLeavesEverything) {
+    const auto before = Snapshot(Machine());
+    for (const char* answer : {"n\n", "\n", "yes please\n", "y e\n"}) {
+        const Outcome outcome = Asked(answer);
+        EXPECT_EQ(outcome.code, ExitThreats) << answer;
+        EXPECT_THAT(outcome.out, HasSubstr("(threat 2): left alone: not wanted by the user\n")) << answer;
+        EXPECT_THAT(outcome.out, HasSubstr("Nothing was removed\n")) << answer;
+    }
+    EXPECT_EQ(Snapshot(Machine()), before);
+    EXPECT_THAT(Records(), IsEmpty());
+}
+
+TEST_F(RefusedClean, TheProgressNamesStagesAndItems) {
+    const Outcome outcome = Asked("YES\n");
+    EXPECT_EQ(outcome.code, ExitThreats);
+    EXPECT_THAT(outcome.err, HasSubstr("\r\x1b[KExample.Path: Removing application memory files..."));
+    EXPECT_THAT(outcome.err, HasSubstr("\r\x1b[KExample.Path: Removing file C:\\windows\\system32\\TIN.DLL..."));
+    EXPECT_THAT(outcome.err, testing::EndsWith("\r\x1b[K"));
+    EXPECT_THAT(outcome.out, Not(HasSubstr("\x1b")));
+}
+
+TEST_F(RefusedClean, ASleepingWindowsAndADriveThatSleepsAreRefusedByName) {
+    Write("disk/WINDOWS/system32/config/x", "");
+    Write("disk/hiberfil.sys", "hibr");
+    const std::string disk = (Root() / "disk").string();
+    const Outcome machine = Run({"scan", "--machine", disk, "--data", Data().string(), "--user-data",
+                                 UserData().string(), "--quarantine", "--yes"});
+    EXPECT_EQ(machine.code, ExitNoInput);
+    EXPECT_THAT(machine.err, HasSubstr(disk + " is hibernated"));
+    const Outcome drive = Scan({"--drive", "D=" + disk, "--quarantine", "--yes"});
+    EXPECT_EQ(drive.code, ExitNoInput);
+    EXPECT_THAT(drive.err, HasSubstr(disk + " is hibernated"));
+    EXPECT_FALSE(std::filesystem::exists(UserData()));
+    EXPECT_EQ(Scan({"--drive", "D=" + disk}).code, ExitThreats) << "looking is allowed";
+}
+
+// A Wine prefix whose server runs: a process of the test's own holds the lock as servers do.
+class LiveWine : public RefusedClean {
+protected:
+    LiveWine() {
+        struct stat status {};
+        EXPECT_EQ(::stat(Machine().c_str(), &status), 0);
+        std::string pattern = "/tmp/.wine-kel-XXXXXX";
+        EXPECT_NE(::mkdtemp(pattern.data()), nullptr);
+        servers_ = pattern;
+        char name[64];
+        std::snprintf(name, sizeof name, "server-%lx-%lx", static_cast<unsigned long>(status.st_dev),
+                      static_cast<unsigned long>(status.st_ino));
+        lock = servers_ / name / "lock";
+        std::filesystem::create_directory(lock.parent_path());
+        std::ofstream made(lock);
+        made.close();
+        int ready[2];
+        EXPECT_EQ(::pipe(ready), 0);
+        holder_ = ::fork();
+        if (holder_ == 0) {
+            const int file = ::open(lock.c_str(), O_RDWR);
+            struct flock request {};
+            request.l_type = F_WRLCK;
+            request.l_whence = SEEK_SET;
+            const char answer = ::fcntl(file, F_SETLK, &request) == 0 ? 'y' : 'n';
+            if (::write(ready[1], &answer, 1) == 1) {
+                ::pause();
+            }
+            ::_exit(0);
+        }
+        char answer = 'n';
+        EXPECT_EQ(::read(ready[0], &answer, 1), 1);
+        EXPECT_EQ(answer, 'y');
+        ::close(ready[0]);
+        ::close(ready[1]);
+    }
+    ~LiveWine() override {
+        ::kill(holder_, SIGKILL);
+        ::waitpid(holder_, nullptr, 0);
+        std::filesystem::remove_all(servers_);
+    }
+
+    std::filesystem::path lock;
+
+private:
+    std::filesystem::path servers_;
+    pid_t holder_ = -1;
+};
+
+TEST_F(LiveWine, APrefixInUseIsRefusedByNameBeforeAnythingIsTouched) {
+    const auto before = Snapshot(Root());
+    const Outcome clean = Clean();
+    EXPECT_EQ(clean.code, ExitNoInput);
+    EXPECT_THAT(clean.err, HasSubstr(Machine().string() + " is in use: its Wine server holds " + lock.string()));
+    EXPECT_EQ(Snapshot(Root()), before);
+    EXPECT_EQ(Scan().code, ExitThreats) << "looking is allowed";
+    EXPECT_EQ(Scan({"--quarantine", "--dry-run"}).code, ExitThreats) << "and so is a dry run";
+    const Outcome restore = Quarantine({"restore", "x"});
+    EXPECT_EQ(restore.code, ExitNoInput);
+    EXPECT_THAT(restore.err, HasSubstr("is in use"));
+}
+
+}  // namespace
+}  // namespace kel::test
