@@ -102,22 +102,39 @@ std::int64_t PrivateBytes() {
     return (pages[1] - pages[2]) * sysconf(_SC_PAGESIZE);
 }
 
+// The most memory that the process had since the last call, pages of mapped files included; starts to count anew.
+double PeakMebibytes() {
+    double peak = 0;
+    std::ifstream status("/proc/self/status");
+    for (std::string line; std::getline(status, line);) {
+        if (line.starts_with("VmHWM:")) {
+            peak = std::stod(line.substr(6)) / 1024;
+        }
+    }
+    std::ofstream("/proc/self/clear_refs") << "5";
+    return peak;
+}
+
 void LoadMd5Table(benchmark::State& state) {
     const std::int64_t rows = state.range(0);
     const std::string path = AllTables().Path(rows);
     double bytesPerRow = 0;
+    double peak = 0;
     for (auto _ : state) {
         state.PauseTiming();
         malloc_trim(0);
         const std::int64_t before = PrivateBytes();
+        PeakMebibytes();
         state.ResumeTiming();
         auto table = Load(path);
         state.PauseTiming();
+        peak = PeakMebibytes();
         bytesPerRow = static_cast<double>(PrivateBytes() - before) / static_cast<double>(rows);
         table.reset();
         state.ResumeTiming();
     }
     state.counters["bytes_per_row"] = bytesPerRow;
+    state.counters["peak_MiB"] = peak;
     state.counters["rows_per_s"] =
         benchmark::Counter(static_cast<double>(rows), benchmark::Counter::kIsIterationInvariantRate);
 }

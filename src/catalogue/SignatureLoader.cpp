@@ -12,6 +12,7 @@
 #include <utility>
 
 #include "catalogue/SignatureTable.h"
+#include "core/RecordColumn.h"
 #include "core/RuntimeError.h"
 #include "core/Text.h"
 
@@ -35,10 +36,12 @@ public:
         return type_ == FieldType::VarChar ? column_->Digest(row) : nullptr;
     }
 
-    // Blocks of rows; false when they need the conversions of the single reads, or one is null.
-    [[nodiscard]] bool Digests(std::size_t first, std::span<const std::uint8_t*> into) const {
-        return type_ == FieldType::VarChar && column_->Digests(first, into);
+    // The whole column, or nothing when one is null or the column is stored otherwise.
+    [[nodiscard]] std::span<const std::uint8_t> PackedDigests() const {
+        return type_ == FieldType::VarChar ? column_->PackedDigests() : std::span<const std::uint8_t>();
     }
+    void LetGo(std::span<const std::uint8_t> packed) const { column_->LetGo(packed); }
+    // A block of rows; false when they need the conversions of the single reads, or one is null.
     [[nodiscard]] bool Numbers(std::size_t first, std::span<std::int32_t> into) const {
         return IsNumber(type_) && column_->Numbers(first, into);
     }
@@ -81,6 +84,8 @@ constexpr std::size_t LevelColumn = 2;
 constexpr std::size_t ColumnsWithoutLevel = 2;
 
 constexpr std::size_t BlockRows = 1024;
+// Rows after which what was read of a mapped table is let go.
+constexpr std::size_t LetGoRows = 64 * BlockRows;
 
 }  // namespace
 
@@ -136,23 +141,21 @@ private:
 
     // A table as it is made for the engine: packed digests and numbers, no nulls. False when it is another one.
     bool ReadBlocks(DigestIndex::Builder& builder) const {
-        std::array<const std::uint8_t*, BlockRows> keys{};
+        const std::span<const std::uint8_t> keys = keys_.PackedDigests();
+        if (keys.empty()) {
+            return false;
+        }
+        for (std::size_t row = 0; row < count_; ++row) {
+            builder.Count(Digest::Of(&keys[row * DigestSize]));
+        }
+        // The rows' own memory comes in place of the file's.
+        keys_.LetGo(keys);
+        builder.Allocate();
         std::array<std::int32_t, BlockRows> threats{};
         std::array<std::int32_t, BlockRows> levels{};
         for (std::size_t row = 0; row < count_; row += BlockRows) {
             const std::size_t size = std::min(BlockRows, count_ - row);
-            if (!keys_.Digests(row, std::span(keys).first(size))) {
-                return false;
-            }
-            for (std::size_t i = 0; i < size; ++i) {
-                builder.Count(Digest::Of(keys[i]));
-            }
-        }
-        builder.Allocate();
-        for (std::size_t row = 0; row < count_; row += BlockRows) {
-            const std::size_t size = std::min(BlockRows, count_ - row);
-            if (!keys_.Digests(row, std::span(keys).first(size)) ||
-                !threats_.Numbers(row, std::span(threats).first(size)) ||
+            if (!threats_.Numbers(row, std::span(threats).first(size)) ||
                 (levels_ && !levels_->Numbers(row, std::span(levels).first(size)))) {
                 return false;
             }
@@ -161,7 +164,12 @@ private:
                 if (level != levels[i]) {
                     return false;
                 }
-                builder.Place(Digest::Of(keys[i]), {threats[i], level});
+                builder.Place(Digest::Of(&keys[(row + i) * DigestSize]), {threats[i], level});
+            }
+            if ((row + BlockRows) % LetGoRows == 0) {
+                const std::size_t end = row + size;
+                const std::size_t begin = row + BlockRows - LetGoRows;
+                keys_.LetGo(keys.subspan(begin * DigestSize, (end - begin) * DigestSize));
             }
         }
         return true;

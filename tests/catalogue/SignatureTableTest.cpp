@@ -176,6 +176,20 @@ TEST_F(Signatures, DigestsOfOneBucketAreFoundAndTheirRepeatsToo) {
     EXPECT_EQ(ErrorOf([&] { Digests(rows); }), ErrDuplicateKey);
 }
 
+TEST_F(Signatures, ADigestThatIsThereTwiceIsFoundAmongManyThatAreSpreadEvenly) {
+    std::mt19937_64 random(5);
+    std::vector<Row> rows;
+    for (std::int32_t i = 0; i < 30000; ++i) {
+        rows.push_back({i, Hex(random(), random()), 0});
+    }
+    EXPECT_EQ(Digests(rows).Count(), rows.size());
+    for (const std::size_t again : {std::size_t{0}, std::size_t{14999}, std::size_t{29999}}) {
+        std::vector<Row> twice = rows;
+        twice.push_back(rows[again]);
+        EXPECT_EQ(ErrorOf([&] { Digests(twice); }), ErrDuplicateKey);
+    }
+}
+
 TEST_F(Signatures, KeysThatAreNoDigestAreKeptInATableOfDigests) {
     const std::string long33 = Hex(1, 2) + "0";
     const std::string noHex = "g" + Hex(1, 2).substr(1);

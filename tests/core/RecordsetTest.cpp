@@ -374,8 +374,7 @@ TEST_F(Records, ColumnsReadWithoutMovingAndWhateverTheFilter) {
     std::array<std::int32_t, 2> block{};
     EXPECT_TRUE(numbers->Numbers(1, block));
     EXPECT_EQ(block, (std::array<std::int32_t, 2>{3, 4}));
-    std::array<const std::uint8_t*, 1> digests{};
-    EXPECT_FALSE(names->Digests(0, digests));
+    EXPECT_TRUE(names->PackedDigests().empty());
 }
 
 TEST_F(Records, ClosingForgetsColumnsAndRows) {

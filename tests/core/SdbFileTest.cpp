@@ -413,10 +413,7 @@ TEST_F(TableFiles, LowerCaseDigestsArePackedAndReadAsText) {
             ASSERT_EQ(md5->Digest(row)[0], std::stoul(digests[row].substr(0, 2), nullptr, 16));
         }
     }
-    std::array<const std::uint8_t*, 3> block{};
-    EXPECT_TRUE(md5->Digests(6, block));
-    EXPECT_EQ(block[2], md5->Digest(8));
-    EXPECT_FALSE(md5->Digests(3, block)) << "one of them is null";
+    EXPECT_TRUE(md5->PackedDigests().empty()) << "one of them is null";
     std::array<std::int32_t, 3> numbers{};
     EXPECT_TRUE(threat->Numbers(299, numbers));
     EXPECT_EQ(numbers, (std::array<std::int32_t, 3>{299, 0, 1}));
@@ -438,6 +435,39 @@ TEST_F(TableFiles, LowerCaseDigestsArePackedAndReadAsText) {
     EXPECT_EQ(changed.Get("MD5"), Value(std::string("no digest")));
     EXPECT_EQ(changed.ReadColumn(1)->Digest(0), nullptr);
     EXPECT_TRUE(changed.ReadColumn(1)->IsNull(5));
+}
+
+TEST_F(TableFiles, DigestsWithoutNullsCanBeReadAsABlockAndLetGo) {
+    constexpr std::int32_t Many = 70'000;  // a file that stays mapped
+    {
+        Recordset table;
+        table.AppendField("ThreatID", FieldType::Integer);
+        table.AppendField("MD5", FieldType::VarChar, 32);
+        table.Open();
+        for (std::int32_t i = 0; i < Many; ++i) {
+            std::string digest = std::to_string(i);
+            digest.resize(32, 'a');
+            table.AddNew();
+            table.Set("ThreatID", i);
+            table.Set("MD5", digest);
+        }
+        table.Update();
+        table.Save(Path());
+    }
+    Recordset loaded;
+    loaded.Open(Path());
+    const auto md5 = loaded.ReadColumn(1);
+    const auto packed = md5->PackedDigests();
+    ASSERT_EQ(packed.size(), std::size_t{Many} * 16);
+    for (int round = 0; round < 2; ++round) {
+        for (const std::size_t row : {std::size_t{0}, std::size_t{31'337}, std::size_t{Many - 1}}) {
+            EXPECT_EQ(packed.data() + row * 16, md5->Digest(row));
+            EXPECT_EQ(md5->Text(row).substr(0, 6), (std::to_string(row) + "aaaaaa").substr(0, 6));
+        }
+        md5->LetGo(packed);
+    }
+    loaded.Delete();
+    EXPECT_TRUE(loaded.ReadColumn(1)->PackedDigests().empty()) << "the rows that are left are not one behind the other";
 }
 
 TEST_F(TableFiles, UpperCaseDigestsStayTexts) {

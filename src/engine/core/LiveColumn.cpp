@@ -1,5 +1,6 @@
 #include "core/LiveColumn.h"
 
+#include <type_traits>
 #include <utility>
 
 #include "core/NumberColumn.h"
@@ -13,52 +14,63 @@ namespace {
 template <class Stored>
 class LiveColumn final : public Recordset::Column {
 public:
-    LiveColumn(const RecordColumn& column, std::vector<std::uint32_t> rows)
-        : column_(static_cast<const Stored&>(column)), rows_(std::move(rows)) {}
+    LiveColumn(const RecordColumn& column, std::vector<std::uint32_t> rows, std::shared_ptr<platform::FileView> image)
+        : column_(static_cast<const Stored&>(column)), rows_(std::move(rows)), image_(std::move(image)) {}
 
     [[nodiscard]] bool IsNull(std::size_t row) const override { return column_.IsNull(At(row)); }
     [[nodiscard]] std::int32_t Number(std::size_t row) const override { return column_.Number(At(row)); }
     [[nodiscard]] std::string_view Text(std::size_t row) const override { return column_.Text(At(row), scratch_); }
     [[nodiscard]] bool Numbers(std::size_t first, std::span<std::int32_t> into) const override {
-        return Block(first, into, [this](std::size_t row) { return column_.Number(row); });
-    }
-    [[nodiscard]] const std::uint8_t* Digest(std::size_t row) const override { return column_.Digest(At(row)); }
-    [[nodiscard]] bool Digests(std::size_t first, std::span<const std::uint8_t*> into) const override {
-        return Block(first, into, [this](std::size_t row) { return column_.Digest(row); }) &&
-               (into.empty() || into.front() != nullptr);
-    }
-
-private:
-    [[nodiscard]] std::size_t At(std::size_t row) const { return rows_.empty() ? row : rows_[row]; }
-
-    template <class Item, class Read>
-    bool Block(std::size_t first, std::span<Item> into, Read&& read) const {
+        if constexpr (std::is_same_v<Stored, NumberColumn>) {
+            if (rows_.empty() && !column_.HasNulls()) {
+                column_.Numbers(first, into);
+                return true;
+            }
+        }
         for (std::size_t i = 0; i < into.size(); ++i) {
             const std::size_t row = At(first + i);
             if (column_.IsNull(row)) {
                 return false;
             }
-            into[i] = read(row);
+            into[i] = column_.Number(row);
         }
         return true;
     }
+    [[nodiscard]] const std::uint8_t* Digest(std::size_t row) const override { return column_.Digest(At(row)); }
+    [[nodiscard]] std::span<const std::uint8_t> PackedDigests() const override {
+        const std::uint8_t* const first = column_.Rows() == 0 ? nullptr : column_.Digest(0);
+        if (first == nullptr || !rows_.empty() || column_.HasNulls()) {
+            return {};
+        }
+        return {first, column_.Rows() * DigestSize};
+    }
+    void LetGo(std::span<const std::uint8_t> packed) const override {
+        if (image_) {
+            image_->LetGo(std::as_bytes(packed));
+        }
+    }
+
+private:
+    [[nodiscard]] std::size_t At(std::size_t row) const { return rows_.empty() ? row : rows_[row]; }
 
     const Stored& column_;
     std::vector<std::uint32_t> rows_;  ///< empty when none is deleted
+    std::shared_ptr<platform::FileView> image_;
     mutable std::string scratch_;
 };
 
 }  // namespace
 
-std::unique_ptr<Recordset::Column> MakeLiveColumn(const RecordColumn& column, std::vector<std::uint32_t> rows) {
+std::unique_ptr<Recordset::Column> MakeLiveColumn(const RecordColumn& column, std::vector<std::uint32_t> rows,
+                                                  std::shared_ptr<platform::FileView> image) {
     switch (column.Definition().type) {
         case FieldType::VarChar:
-            return std::make_unique<LiveColumn<TextColumn>>(column, std::move(rows));
+            return std::make_unique<LiveColumn<TextColumn>>(column, std::move(rows), std::move(image));
         case FieldType::Date:
         case FieldType::Numeric:
-            return std::make_unique<LiveColumn<RealColumn>>(column, std::move(rows));
+            return std::make_unique<LiveColumn<RealColumn>>(column, std::move(rows), std::move(image));
         default:
-            return std::make_unique<LiveColumn<NumberColumn>>(column, std::move(rows));
+            return std::make_unique<LiveColumn<NumberColumn>>(column, std::move(rows), std::move(image));
     }
 }
 

@@ -7,12 +7,15 @@
 
 #include "core/RecordColumn.h"
 #include "core/Recordset.h"
+#include "platform/Files.h"
 
 namespace kel {
 
 /// @param column must outlive the result
 /// @param rows the rows that are not deleted, in ascending order; empty when none is deleted
+/// @param image what the column reads from; null when it owns its rows
 [[nodiscard]] std::unique_ptr<Recordset::Column> MakeLiveColumn(const RecordColumn& column,
-                                                                std::vector<std::uint32_t> rows);
+                                                                std::vector<std::uint32_t> rows,
+                                                                std::shared_ptr<platform::FileView> image);
 
 }  // namespace kel

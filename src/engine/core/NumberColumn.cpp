@@ -1,6 +1,7 @@
 #include "core/NumberColumn.h"
 
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <cmath>
 #include <limits>
@@ -78,11 +79,47 @@ bool NumberColumn::InRange() const {
     if (range.width == 4) {
         return true;
     }
-    std::uint32_t highest = 0;
-    for (std::size_t row = 0; width_ != 0 && row < Rows(); ++row) {
-        highest = std::max(highest, Offset(row));
+    if (base_ < range.lowest || base_ > range.highest) {
+        return false;
     }
-    return base_ >= range.lowest && std::int64_t{base_} + highest <= range.highest;
+    std::array<std::int32_t, 1024> block{};
+    for (std::size_t row = 0; row < Rows(); row += block.size()) {
+        const std::span<std::int32_t> numbers(block.data(), std::min(block.size(), Rows() - row));
+        Numbers(row, numbers);
+        // A sum past the largest number comes round to one below the base.
+        std::int32_t highest = numbers.front();
+        std::int32_t lowest = numbers.front();
+        for (const std::int32_t number : numbers) {
+            highest = std::max(highest, number);
+            lowest = std::min(lowest, number);
+        }
+        if (lowest < base_ || highest > range.highest) {
+            return false;
+        }
+    }
+    return true;
+}
+
+template <class Unsigned>
+void NumberColumn::NumbersOf(std::size_t first, std::span<std::int32_t> into) const {
+    const std::uint8_t* const from = data_ + first * sizeof(Unsigned);
+    for (std::size_t i = 0; i < into.size(); ++i) {
+        into[i] = static_cast<std::int32_t>(static_cast<std::uint32_t>(base_) +
+                                            LoadLittle<Unsigned>(from + i * sizeof(Unsigned)));
+    }
+}
+
+void NumberColumn::Numbers(std::size_t first, std::span<std::int32_t> into) const {
+    switch (width_) {
+        case 1:
+            return NumbersOf<std::uint8_t>(first, into);
+        case 2:
+            return NumbersOf<std::uint16_t>(first, into);
+        case 4:
+            return NumbersOf<std::uint32_t>(first, into);
+        default:
+            std::fill(into.begin(), into.end(), base_);
+    }
 }
 
 void NumberColumn::UseOwnForm() {

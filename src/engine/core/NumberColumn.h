@@ -1,6 +1,10 @@
 // Columns of whole numbers and Booleans, and columns of dates and reals.
 #pragma once
 
+#include <cstddef>
+#include <cstdint>
+#include <span>
+
 #include "core/LittleEndian.h"
 #include "core/RecordColumn.h"
 
@@ -15,6 +19,8 @@ public:
 
     [[nodiscard]] std::int32_t Number(std::size_t row) const override { return At(row); }
     [[nodiscard]] double Real(std::size_t row) const override { return At(row); }
+    /// The numbers of the rows from `first` on, whatever their nulls.
+    void Numbers(std::size_t first, std::span<std::int32_t> into) const;
     Encoded Encode(const std::vector<std::uint32_t>& rows, bool constantAllowed, std::string& data) const override;
 
 protected:
@@ -25,6 +31,8 @@ protected:
     void KeepValues(const std::vector<std::uint32_t>& rows) override;
 
 private:
+    template <class Unsigned>
+    void NumbersOf(std::size_t first, std::span<std::int32_t> into) const;
     [[nodiscard]] std::uint32_t Offset(std::size_t row) const {
         switch (width_) {
             case 1:

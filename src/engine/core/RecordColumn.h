@@ -58,6 +58,9 @@ public:
         return nullBits_ != nullptr && (nullBits_[row / 8] >> (row % 8) & 1U) != 0;
     }
 
+    /// Whether there may be a null.
+    [[nodiscard]] bool HasNulls() const { return nullBits_ != nullptr; }
+
     // Reads of a row that is not null, each for the types that have it.
     [[nodiscard]] virtual std::int32_t Number(std::size_t row) const;
     [[nodiscard]] virtual double Real(std::size_t row) const;

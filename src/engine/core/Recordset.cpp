@@ -42,7 +42,7 @@ struct Recordset::Impl {
 
     std::vector<FieldDefinition> fields;
     RecordColumns columns;
-    std::shared_ptr<const void> image;
+    std::shared_ptr<platform::FileView> image;
     bool open = false;
     std::string path;
 
@@ -543,7 +543,8 @@ std::unique_ptr<Recordset::Column> Recordset::ReadColumn(std::size_t position, S
         impl_->RequireOpen();
         impl_->RequireField(position);
         return MakeLiveColumn(*impl_->columns[position],
-                              impl_->deletedCount == 0 ? std::vector<std::uint32_t>() : impl_->LiveRows());
+                              impl_->deletedCount == 0 ? std::vector<std::uint32_t>() : impl_->LiveRows(),
+                              impl_->image);
     });
 }
 

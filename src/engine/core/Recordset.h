@@ -101,8 +101,12 @@ public:
         [[nodiscard]] virtual std::string_view Text(std::size_t row) const = 0;
         /// Sixteen bytes when the column is stored as packed lower-case hexadecimal digests, else null.
         [[nodiscard]] virtual const std::uint8_t* Digest(std::size_t row) const = 0;
-        /// The digests of the rows from `first` on. False when one of them is null, or the column is not stored so.
-        [[nodiscard]] virtual bool Digests(std::size_t first, std::span<const std::uint8_t*> into) const = 0;
+        /// The digests of all rows, sixteen bytes each, one behind the other. Nothing when one of them is null or
+        /// deleted, or the column is not stored so.
+        [[nodiscard]] virtual std::span<const std::uint8_t> PackedDigests() const = 0;
+        /// Says that these of the packed digests won't be read for a while: the memory of a table that is read from its
+        /// file is given back.
+        virtual void LetGo(std::span<const std::uint8_t> packed) const = 0;
     };
     [[nodiscard]] std::size_t RowCount(SourceLocation where = SourceLocation::current()) const;
     [[nodiscard]] std::unique_ptr<Column> ReadColumn(std::size_t position,

@@ -284,6 +284,8 @@ SdbTable ReadSdb(std::string_view path) {
         Raise(ErrDamagedTable, path);
     }
     if (bytes.size() >= MapFrom && HasDigests(table)) {
+        // Testing the checksum has read all of it; a loader reads a part after the other.
+        view->LetGo(view->Bytes());
         table.image = view;
         return table;
     }

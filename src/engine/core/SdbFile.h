@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "core/RecordColumn.h"
+#include "platform/Files.h"
 
 namespace kel {
 
@@ -16,7 +17,7 @@ namespace kel {
 struct SdbTable {
     std::vector<std::unique_ptr<RecordColumn>> columns;
     std::size_t rows = 0;
-    std::shared_ptr<const void> image;
+    std::shared_ptr<platform::FileView> image;
 };
 
 /// Reads a table file whole. 3709 with the path for a file that is not one or is damaged in any way, 53 and its kin

@@ -36,6 +36,17 @@ public:
     [[nodiscard]] std::span<const std::byte> Bytes() const override {
         return {static_cast<const std::byte*>(start_), size_};
     }
+    void LetGo(std::span<const std::byte> bytes) override {
+        const auto page = static_cast<std::uintptr_t>(sysconf(_SC_PAGESIZE));
+        const auto first = reinterpret_cast<std::uintptr_t>(bytes.data());
+        // The pages that lie in it whole, and the last one of the file.
+        const std::uintptr_t from = (first + page - 1) / page * page;
+        const bool toEnd = bytes.data() + bytes.size() == Bytes().data() + size_;
+        const std::uintptr_t to = (first + bytes.size() + (toEnd ? page - 1 : 0)) / page * page;
+        if (from < to) {
+            static_cast<void>(madvise(reinterpret_cast<void*>(from), to - from, MADV_DONTNEED));
+        }
+    }
 
 private:
     void* start_;

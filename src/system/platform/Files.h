@@ -83,6 +83,9 @@ class FileView {
 public:
     virtual ~FileView() = default;
     [[nodiscard]] virtual std::span<const std::byte> Bytes() const = 0;
+    /// Says that these of the bytes won't be read for a while, so that the memory that they take can be used for
+    /// something else. They can still be read.
+    virtual void LetGo(std::span<const std::byte> /*bytes*/) {}
 };
 
 /// What tells whether a file is still the one that it was, with the bytes that it had. Numbers of the platform's own;
