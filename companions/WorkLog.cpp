@@ -1,5 +1,6 @@
 #include "companions/WorkLog.h"
 
+#include "cleaner/BootLists.h"
 #include "companions/Names.h"
 #include "core/Failures.h"
 #include "core/Paths.h"
@@ -13,7 +14,7 @@ namespace kel::companions {
 
 std::string UserDataFolder() {
     const std::string chosen =
-        ToText(modRegistry::GetRegistryValue(platform::HiveCurrentUser, ProductKey, UserDataValue));
+        ToText(modRegistry::GetRegistryValue(platform::HiveCurrentUser, boot::Product, boot::UserDataValue));
     if (!Trim(chosen).empty()) {
         return WithBackslash(Trim(chosen));
     }

@@ -6,6 +6,7 @@
 #include <string_view>
 #include <utility>
 
+#include "cleaner/BootLists.h"
 #include "frontend/Interrupt.h"
 #include "platform/Platform.h"
 #include "quarantine/Quarantine.h"
@@ -223,6 +224,9 @@ CleanSummaryRecord Cleaning::Clean(const std::string& scanId,
         session_.Manager().ScanHistory()->Persist();
     }
     summary.nextStart = cleaner_->IsRebootRequired() && session_.View().can.live;
+    if (summary.nextStart) {
+        boot::NameUserData(session_.UserData());
+    }
     session_.TellWrites(sink_);
     summary.errors = observer_.Errors() - errorsBefore;
     return summary;

@@ -143,6 +143,7 @@ Argument Object::Invoke(std::string_view member, WORD flags, std::vector<Argumen
     DISPID id = 0;
     Check(object_->GetIDsOfNames(IID_NULL, names, 1, LOCALE_USER_DEFAULT, &id), what);
     std::vector<VARIANT> values;
+    values.reserve(arguments.size());
     for (Argument& argument : arguments) {
         values.push_back(argument.Raw());
     }

@@ -73,6 +73,10 @@ void boot::Schedule() {
     WriteText(RunOnce, RunOnceValue, State().App.Path + "\\" + std::string(Program));
 }
 
+void boot::NameUserData(std::string_view folder) {
+    ResumeNext([&] { WriteText(Product, UserDataValue, folder); });
+}
+
 bool boot::Holds(std::string_view list, std::string_view name) {
     return HasNextStart() && modRegistry::RegValueExists(platform::HiveCurrentUser, list, name);
 }

@@ -15,6 +15,8 @@ inline constexpr std::string_view DelFolders = R"(SOFTWARE\Kelvane Software\Ombr
 inline constexpr std::string_view DelFiles = R"(SOFTWARE\Kelvane Software\Ombrelane\CleanerExe\DelFiles)";
 inline constexpr std::string_view DelRegKeys = R"(SOFTWARE\Kelvane Software\Ombrelane\CleanerExe\DelRegKeys)";
 inline constexpr std::string_view DelRegValues = R"(SOFTWARE\Kelvane Software\Ombrelane\CleanerExe\DelRegValues)";
+inline constexpr std::string_view Product = R"(SOFTWARE\Kelvane Software\Ombrelane)";
+inline constexpr std::string_view UserDataValue = "UserDataRootPath";
 inline constexpr std::string_view RunOnce = R"(SOFTWARE\Microsoft\Windows\CurrentVersion\RunOnce)";
 inline constexpr std::string_view RunOnceValue = "OmbrelaneCleaner";
 
@@ -24,6 +26,10 @@ inline constexpr std::string_view RunOnceValue = "OmbrelaneCleaner";
 
 /// Lets the cleaner program run once at the next logon. Doing so twice does no harm.
 void Schedule();
+
+/// Tells the program that runs then where the user's data are, for front ends that give the engine another folder than
+/// its own choice: the quarantine and the history of what is listed lie there.
+void NameUserData(std::string_view folder);
 
 /// Whether the list holds an entry of that name, without regard to case.
 [[nodiscard]] bool Holds(std::string_view list, std::string_view name);

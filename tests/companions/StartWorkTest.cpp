@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "StartTest.h"
+#include "cleaner/BootLists.h"
 #include "core/Text.h"
 #include "system/modRegistry.h"
 
@@ -331,8 +332,7 @@ TEST_F(StartWork, TheUsersDataAreWhereTheProductsKeySays) {
     Stage().AddText(platform::HiveCurrentUser, R"(SOFTWARE\Microsoft\Windows\CurrentVersion\Explorer\Shell Folders)",
                     "Local AppData", Things());
     EXPECT_EQ(LCase(companions::UserDataFolder()), LCase(Things() + R"(Kelvane Software\Ombrelane\)"));
-    Stage().AddText(platform::HiveCurrentUser, R"(SOFTWARE\Kelvane Software\Ombrelane)", "UserDataRootPath",
-                    "D:\\data");
+    boot::NameUserData("D:\\data");
     EXPECT_EQ(companions::UserDataFolder(), "D:\\data\\");
 }
 

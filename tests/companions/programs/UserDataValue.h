@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-#include "companions/Names.h"
+#include "cleaner/BootLists.h"
 #include "platform/Platform.h"
 #include "system/modRegistry.h"
 
@@ -18,9 +18,9 @@ public:
     /// The engine test's platform must be installed.
     UserDataValue(const platform::Platform& platform, std::string_view folder) {
         Clear();
-        const auto key = platform.registry->Create(platform::HiveCurrentUser, companions::ProductKey);
+        const auto key = platform.registry->Create(platform::HiveCurrentUser, boot::Product);
         EXPECT_TRUE(key.Ok());
-        EXPECT_EQ((*key)->Set(companions::UserDataValue, platform::ValueType::Sz, std::string(folder) + '\0'),
+        EXPECT_EQ((*key)->Set(boot::UserDataValue, platform::ValueType::Sz, std::string(folder) + '\0'),
                   platform::SysError::Success);
     }
     ~UserDataValue() { Clear(); }
@@ -28,7 +28,7 @@ public:
     UserDataValue& operator=(const UserDataValue&) = delete;
 
 private:
-    static void Clear() { modRegistry::DeleteRegistryKeyTree(platform::HiveCurrentUser, companions::ProductKey); }
+    static void Clear() { modRegistry::DeleteRegistryKeyTree(platform::HiveCurrentUser, boot::Product); }
 };
 
 }  // namespace kel::test
