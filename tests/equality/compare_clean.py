@@ -2,11 +2,11 @@
 """Compares a clean and its undoing in several shapes: compare_clean.py EXCEPTIONS FOLDER SHAPE...
 
 The folder has, for each shape, NAME.before, NAME.cleaned and NAME.restored (snapshots), NAME.clean and NAME.restore (what
-came of each threat), NAME.rescan (findings), NAME.cleaned-stores, NAME.restored-stores and the same for the logs.
+was told of each threat, as JSON lines), NAME.rescan (findings), NAME.cleaned-stores, NAME.restored-stores and the same for the logs.
 
 Every difference is a line of text under one of these stages:
   stays     what the scan behind the clean still finds
-  results   threats whose removal or restore did not answer 0
+  results   threats that were not told to be whole: cleaned, or restored
   restored  what the machine is not as it was, when all is restored
   shapes    what is told or done otherwise than in the first shape
 The exceptions name those that may be, each under the rule that is its reason: `== STAGE SHAPES: REASON`, then one line
@@ -22,6 +22,7 @@ import sys
 
 # Wine writes this at each start of its server.
 WINES_OWN = re.compile(r"value HKLM\\SYSTEM\\ControlSet001\\Control\\Class\\.* \[DriverDateData\] .*")
+TOLD = ("clean_item", "clean", "clean_summary", "restored_item", "restored")
 MARK = b"6635\r\n".hex()
 IDENTIFIER = re.compile(r"[0-9A-F]{8}-[0-9A-F]{4}-[0-9A-F]{4}-[0-9A-F]{4}-[0-9A-F]{6,12}", re.I)
 DATE = re.compile(r"\d{1,2}/\d{1,2}/\d{4}( \d{1,2}:\d{2}:\d{2} [AP]M)?")
@@ -112,6 +113,22 @@ def plain(text):
     return IDENTIFIER.sub(lambda found: f"<{numbers.setdefault(found.group().lower(), len(numbers) + 1)}>", text)
 
 
+def lines_of(records):
+    """Each record without what is its own; a note for people is a line of its own."""
+    for record in records:
+        yield json.dumps({key: value for key, value in record.items() if key not in ("date", "folder", "note")})
+        if record.get("note"):
+            yield f'note on {record["location"]}: {record["note"]}'
+
+
+def failures_of(records):
+    for record in records:
+        if record["type"] == "clean" and record["result"] != "cleaned":
+            yield f'clean of {record["threat"]}: {record["result"]}'
+        if record["type"] == "restored" and not record["complete"]:
+            yield f'restore of {record["threat"]}: {record["reason"]}'
+
+
 class Exceptions:
     def __init__(self, path, shapes):
         self.rows = []
@@ -161,11 +178,13 @@ class Shape:
         self.restored = differences(snapshots["before"], snapshots["restored"])
         self.stays = [f'{line["threat"]} {line["kind"]} {line["location"]}' for line in rescan if line["type"] == "finding"]
         self.complete = rescan[-1]["complete"] and not rescan[-1]["errors"] and not rescan[-1]["unreadable"]
+        records = [json.loads(line) for what in ("clean", "restore") for line in text(what).splitlines()]
+        records = [record for record in records if record["type"] in TOLD]
         self.told = {what: plain(text(what)).splitlines()
-                     for what in ("clean", "restore", "cleaned-stores", "restored-stores", "cleaned-logs", "restored-logs")}
-        self.threats = sum(line.startswith("clean ") for line in self.told["clean"])
-        self.failures = [line for line in self.told["clean"] + self.told["restore"]
-                         if "result" in line and "result 0" not in line]
+                     for what in ("cleaned-stores", "restored-stores", "cleaned-logs", "restored-logs")}
+        self.told["records"] = plain("\n".join(lines_of(records))).splitlines()
+        self.threats = sum(record["type"] == "clean" for record in records)
+        self.failures = list(failures_of(records))
         self.gone = sum(line.startswith("lost file") for line in self.removed)
         self.cut = sum(line.startswith(("lost key", "lost value")) for line in self.removed)
         self.back = sum(line.startswith("lost file") for line in self.restored)
