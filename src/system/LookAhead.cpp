@@ -22,8 +22,9 @@ constexpr std::size_t MostItems = 2048;
 // Files that are looked at in one go, so that an answer never waits for many that have no hash.
 constexpr unsigned MostFetched = 128;
 
-// From a slow medium the next files are asked for early. Two measures tell it: a file from memory takes some
-// microseconds and a fraction of a nanosecond a byte, and a slow medium many times that.
+// From a slow medium the next files are asked for early. A file from memory takes some microseconds and a fraction of a
+// nanosecond a byte, a slow medium many times that. It is slow if many of its files are: a single one may have waited
+// for the processor.
 constexpr unsigned FilesToJudge = 32;
 constexpr unsigned FilesUntilJudgedAgain = 1024;
 constexpr std::size_t OpenedWhenWarm = 1;
@@ -31,6 +32,7 @@ constexpr std::size_t OpenedWhenCold = 64;
 constexpr double WarmFileNanoseconds = 4000;
 constexpr double WarmByteNanoseconds = 0.3;
 constexpr double ColdIsTimes = 6;
+constexpr unsigned ManyAreSlow = FilesToJudge / 3;
 
 struct Innermost {
     LookAhead* object = nullptr;
@@ -193,17 +195,15 @@ void LookAhead::StartNext() {
     }
     const auto began = Time::now();
     hasher_->Start(next.number, std::move(next.file));
-    reading_ += Time::now() - began;
-    readBytes_ += std::min<std::uint64_t>(bytes, MostBytesALane);
+    const std::chrono::duration<double, std::nano> took = Time::now() - began;
+    const auto read = static_cast<double>(std::min<std::uint64_t>(bytes, MostBytesALane));
+    slowFiles_ += took.count() > ColdIsTimes * (WarmFileNanoseconds + read * WarmByteNanoseconds) ? 1 : 0;
     if (++readFiles_ < FilesToJudge) {
         return;
     }
-    const double warm = FilesToJudge * WarmFileNanoseconds + static_cast<double>(readBytes_) * WarmByteNanoseconds;
-    const auto took = std::chrono::duration_cast<std::chrono::nanoseconds>(reading_).count();
-    coldFor_ = static_cast<double>(took) > ColdIsTimes * warm ? FilesUntilJudgedAgain : 0;
-    reading_ = {};
-    readBytes_ = 0;
+    coldFor_ = slowFiles_ >= ManyAreSlow ? FilesUntilJudgedAgain : 0;
     readFiles_ = 0;
+    slowFiles_ = 0;
 }
 
 void LookAhead::Work(const Item& item) {

@@ -102,9 +102,8 @@ private:
     bool atEnd_ = false;
 
     // Whether files come from a slow medium, by the time of the last ones.
-    Time::duration reading_{};
-    std::uint64_t readBytes_ = 0;
     unsigned readFiles_ = 0;
+    unsigned slowFiles_ = 0;
     unsigned coldFor_ = 0;  // files
     LookAhead* outer_;
 };

@@ -175,13 +175,12 @@ Md5Digest Md5::Finish() {
 
 std::string HexText(const Md5Digest& digest) {
     constexpr std::string_view digits = "0123456789abcdef";
-    std::string text;
-    text.reserve(2 * digest.size());
-    for (const std::uint8_t byte : digest) {
-        text += digits[byte >> 4];
-        text += digits[byte & 15U];
+    std::array<char, 2 * std::tuple_size_v<Md5Digest>> text;
+    for (std::size_t i = 0; i < digest.size(); ++i) {
+        text[2 * i] = digits[digest[i] >> 4];
+        text[2 * i + 1] = digits[digest[i] & 15U];
     }
-    return text;
+    return {text.data(), text.size()};
 }
 
 }  // namespace kel

@@ -64,22 +64,57 @@ Result<std::shared_ptr<Listing>> Listing::Read(int folder) {
             at += entry->d_reclen;
             const std::string_view name = entry->d_name;
             if (IsPlainName(name)) {
-                listing->entries_.push_back(listing->Store(name, entry->d_ino, entry->d_type));
+                listing->entries_.push_back(listing->Store(name, entry->d_ino, entry->d_type, true));
             } else if (name != "." && name != "..") {
-                listing->entries_.push_back(listing->Store(ShownName(name), entry->d_ino, entry->d_type));
+                listing->entries_.push_back(listing->Store(ShownName(name), entry->d_ino, entry->d_type, false));
             }
         }
     }
-    std::sort(listing->entries_.begin(), listing->entries_.end(),
-              [&](const Entry& left, const Entry& right) { return listing->Before(left, right); });
+    listing->Sort();
     return listing;
 }
 
-Listing::Entry Listing::Store(std::string_view name, std::uint64_t inode, unsigned char kind) {
+// By eight bytes of the folded names, those behind what all of them begin with, and only where these are the same by
+// the whole.
+void Listing::Sort() {
+    if (entries_.empty()) {
+        return;
+    }
+    std::string_view common = FoldedOf(entries_.front());
+    for (const Entry& entry : entries_) {
+        const std::string_view folded = FoldedOf(entry);
+        const auto differ = std::mismatch(common.begin(), common.end(), folded.begin(), folded.end());
+        common = common.substr(0, static_cast<std::size_t>(differ.first - common.begin()));
+    }
+    struct Keyed {
+        std::uint64_t key;
+        std::uint32_t entry;
+    };
+    std::vector<Keyed> order(entries_.size());
+    for (std::uint32_t index = 0; index < order.size(); ++index) {
+        const std::string_view rest = FoldedOf(entries_[index]).substr(common.size());
+        std::uint64_t key = 0;
+        for (std::size_t at = 0; at < sizeof key; ++at) {
+            key = key << 8 | (at < rest.size() ? static_cast<unsigned char>(rest[at]) : 0U);
+        }
+        order[index] = {key, index};
+    }
+    std::sort(order.begin(), order.end(), [this](const Keyed& left, const Keyed& right) {
+        return left.key != right.key ? left.key < right.key : Before(entries_[left.entry], entries_[right.entry]);
+    });
+    std::vector<Entry> sorted;
+    sorted.reserve(order.size());
+    for (const Keyed& one : order) {
+        sorted.push_back(entries_[one.entry]);
+    }
+    entries_ = std::move(sorted);
+}
+
+Listing::Entry Listing::Store(std::string_view name, std::uint64_t inode, unsigned char kind, bool plain) {
     Entry entry{};
     entry.inode = inode;
     entry.kind = kind;
-    entry.plain = IsPlainName(name);
+    entry.plain = plain;
     entry.name = static_cast<std::uint32_t>(text_.size());
     entry.nameLength = static_cast<std::uint16_t>(name.size());
     text_.append(name).push_back('\0');
@@ -87,12 +122,18 @@ Listing::Entry Listing::Store(std::string_view name, std::uint64_t inode, unsign
     entry.foldedLength = entry.nameLength;
     if (entry.plain) {
         // In ASCII the letters alone change, which needs no text in between.
-        const auto isSmall = [](char letter) { return letter >= 'a' && letter <= 'z'; };
-        if (std::any_of(name.begin(), name.end(), isSmall)) {
-            entry.folded = static_cast<std::uint32_t>(text_.size());
-            for (const char letter : name) {
-                text_.push_back(isSmall(letter) ? static_cast<char>(letter - 'a' + 'A') : letter);
-            }
+        entry.folded = static_cast<std::uint32_t>(text_.size());
+        text_.resize(text_.size() + name.size());
+        char* const folded = text_.data() + entry.folded;
+        bool same = true;
+        for (std::size_t at = 0; at < name.size(); ++at) {
+            const bool small = name[at] >= 'a' && name[at] <= 'z';
+            folded[at] = static_cast<char>(name[at] - (small ? 'a' - 'A' : 0));
+            same &= !small;
+        }
+        if (same) {
+            text_.resize(entry.folded);
+            entry.folded = entry.name;
         }
         return entry;
     }

@@ -8,6 +8,7 @@
 #include <string_view>
 #include <vector>
 
+#include "offline/PathResolverSyntax.h"
 #include "platform/Result.h"
 
 namespace kel::offline {
@@ -53,9 +54,13 @@ private:
         bool plain;
     };
 
-    Entry Store(std::string_view name, std::uint64_t inode, unsigned char kind);
+    Entry Store(std::string_view name, std::uint64_t inode, unsigned char kind) {
+        return Store(name, inode, kind, IsPlainName(name));
+    }
+    Entry Store(std::string_view name, std::uint64_t inode, unsigned char kind, bool plain);
     [[nodiscard]] std::string_view NameOf(const Entry& entry) const;
     [[nodiscard]] std::string_view FoldedOf(const Entry& entry) const;
+    void Sort();
     [[nodiscard]] bool Before(const Entry& left, const Entry& right) const;
     void MakeShortNames();
 

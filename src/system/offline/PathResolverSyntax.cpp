@@ -206,12 +206,11 @@ bool IsPlainName(std::string_view name) {
     if (name.empty() || name.size() > Longest || name.back() == '.' || name.back() == ' ') {
         return false;
     }
+    bool plain = true;
     for (const char byte : name) {
-        if (!PlainBytes[static_cast<unsigned char>(byte)]) {
-            return false;
-        }
+        plain &= PlainBytes[static_cast<unsigned char>(byte)];
     }
-    return !IsDeviceName(name);
+    return plain && !IsDeviceName(name);
 }
 
 std::optional<std::string> HostName(std::string_view name) {
@@ -235,6 +234,25 @@ std::optional<std::string> HostName(std::string_view name) {
 }
 
 bool IsDeviceName(std::string_view name) {
+    // Most names end here: no device begins with other letters.
+    const auto letter = [name](std::size_t at) { return static_cast<unsigned>(UpperLetter(name[at])); };
+    constexpr auto Three = [](unsigned first, unsigned second, unsigned third) {
+        return first << 16 | second << 8 | third;
+    };
+    if (name.size() < 3) {
+        return false;
+    }
+    switch (Three(letter(0), letter(1), letter(2))) {
+        case Three('C', 'O', 'N'):
+        case Three('P', 'R', 'N'):
+        case Three('A', 'U', 'X'):
+        case Three('N', 'U', 'L'):
+        case Three('C', 'O', 'M'):
+        case Three('L', 'P', 'T'):
+            break;
+        default:
+            return false;
+    }
     std::string_view stem = name.substr(0, name.find('.'));
     const std::size_t last = stem.find_last_not_of(' ');
     stem = last == std::string_view::npos ? std::string_view() : stem.substr(0, last + 1);
