@@ -1,0 +1,47 @@
+<#
+.SYNOPSIS
+Scans the machine, or the folders that are named, and writes the report.
+.DESCRIPTION
+Exit code: 0 nothing found, 1 something found, 2 the scan did not run to its end.
+.EXAMPLE
+powershell -File nightly-scan.ps1 -DataFolder C:\ProgramData\Scans -Report C:\Reports\tonight.xml
+#>
+param(
+    [Parameter(Mandatory = $true)] [string] $DataFolder,
+    [Parameter(Mandatory = $true)] [string] $Report,
+    [string[]] $Folder = @()
+)
+$ErrorActionPreference = 'Stop'
+
+$engine = New-Object -ComObject kelThreatEngine.Manager
+[void] $engine.Inititalize()
+$scanner = $engine.Scanner
+$scanner.UserDataRootPath = $DataFolder
+[void] $scanner.InitializeScan()
+
+$wholeMachine = $Folder.Count -eq 0
+$scanner.OptScanDepth = 3    # scandeep
+$scanner.DoDriveScan = $true
+$scanner.DoScanProcesses = $wholeMachine
+$scanner.DoMostCommon = $wholeMachine
+$scanner.DoScanRegistry = $wholeMachine
+$scanner.DoScanCookies = $wholeMachine
+$scanner.IsScheduledScan = $true
+$scanner.optWriteHistory = $true
+foreach ($path in $Folder) {
+    $scanner.AddScanDriveAndPath($path)
+}
+
+$complete = $scanner.RunScanEasy()
+$scan = $scanner.Scan
+Set-Content -Path $Report -Value $scan.ScanResultsFull()
+
+"$($scan.ScannedFileCount) files, $($scan.DetectedThreatCount) threats, $($scan.TotalScanTime())"
+foreach ($threat in $scan.DetectedThreats) {
+    "  $($threat.Threat.ThreatName)"
+}
+if (-not $complete) {
+    "aborted: $($scan.AbortReason)"
+    exit 2
+}
+exit [int] ($scan.DetectedThreatCount -gt 0)
