@@ -8,6 +8,8 @@ const char* NameOf(CleanItem::Result result) {
             return "removed";
         case CleanItem::Result::Absent:
             return "absent";
+        case CleanItem::Result::Deleted:
+            return "deleted";
         case CleanItem::Result::Untouched:
             return "untouched";
         default:

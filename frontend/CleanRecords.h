@@ -23,6 +23,7 @@ struct CleanItem {
         Left,       ///< it is there as before
         Absent,     ///< it was gone already when the clean began
         Untouched,  ///< the rules do not remove it
+        Deleted,    ///< it is gone, and the quarantine that should keep it could not take it
     };
 
     std::string kind;  ///< file, folder, registry or cookie

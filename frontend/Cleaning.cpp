@@ -12,6 +12,7 @@
 #include "quarantine/Quarantine.h"
 #include "quarantine/QuarantineTables.h"
 #include "results/ScanHistory.h"
+#include "system/modFiles.h"
 
 namespace kel::frontend {
 
@@ -67,9 +68,41 @@ CleanItem::Result ResultOf(const CleanTarget& target) {
     return target.wasThere ? CleanItem::Result::Removed : CleanItem::Result::Absent;
 }
 
-bool AnyLeft(const CleanRecord& record) {
+bool Any(const CleanRecord& record, CleanItem::Result result) {
     return std::any_of(record.items.begin(), record.items.end(),
-                       [](const CleanItem& item) { return item.result == CleanItem::Result::Left; });
+                       [&](const CleanItem& item) { return item.result == result; });
+}
+
+std::string Lower(const std::string& text) {
+    return platform::Current().text->ToLower(text);
+}
+
+// A file that can't move into the quarantine is deleted, and has a record all the same.
+void MarkDeleted(CleanRecord& record, const QuarantineThreat& kept) {
+    const auto mark = [&](const char* kind, const std::string& original, const std::string& copy) {
+        if (platform::Current().files->PathExists(kept.QuarantinePath + copy) ||
+            platform::Current().files->PathExists(original)) {
+            return;
+        }
+        const auto known = std::find_if(record.items.begin(), record.items.end(), [&](const CleanItem& item) {
+            return item.kind == kind && Lower(item.location) == Lower(original);
+        });
+        if (known != record.items.end()) {
+            known->result = CleanItem::Result::Deleted;
+        } else {
+            record.items.push_back({kind, original, CleanItem::Result::Deleted});
+        }
+    };
+    if (kept.QThreatLocationFiles) {
+        for (const auto& file : *kept.QThreatLocationFiles) {
+            mark("file", file->OriginalFilePath, file->QuarantineFileName);
+        }
+    }
+    if (kept.QThreatLocationCookies) {
+        for (const auto& cookie : *kept.QThreatLocationCookies) {
+            mark("cookie", cookie->OriginalFilePath, cookie->QuarantineFileName);
+        }
+    }
 }
 
 }  // namespace
@@ -100,6 +133,12 @@ Cleaning::~Cleaning() {
 bool Cleaning::Begin(const std::string& scanId, const std::shared_ptr<Cleaner::DetectedThreatCollection>& detected) {
     cleaner_ = session_.OpenCleaner();
     trapped_.clear();
+    // Without it what goes would be deleted instead of kept.
+    const std::string root = quarantine::QuarantineFolderRoot();
+    if (!modFiles::FolderExists(root) && modFiles::CreateFolderPath(root) != modFiles::Done) {
+        trapped_ = "its folder can't be made: " + root;
+        return false;
+    }
     cleaner_->InitializeClean(scanId, detected);
     if (!trapped_.empty() || !cleaner_->Callback) {
         return false;
@@ -134,9 +173,12 @@ void Cleaning::Judge(CleanRecord& record, enCleanerErrors error, bool destroys, 
     } else if (!StoresAreOnDisk()) {
         record.result = Result::Failed;
         record.reason = "the records of the quarantine could not be written";
-    } else if (AnyLeft(record)) {
+    } else if (Any(record, CleanItem::Result::Left)) {
         record.result = Result::Partial;
         record.reason = "not everything could be removed";
+    } else if (Any(record, CleanItem::Result::Deleted)) {
+        record.result = Result::Partial;
+        record.reason = "what could not be moved into the quarantine was deleted";
     } else if (error != errNone) {
         record.result = Result::Partial;
         record.reason = error == errCustomScriptFailedScriptBlank ? "its own script for the removal failed"
@@ -183,6 +225,11 @@ CleanRecord Cleaning::CleanOne(const CleanOrder& order, bool destroys) {
     for (const CleanTarget& target : order.targets) {
         record.items.push_back({target.kind, target.location, ResultOf(target)});
     }
+    if (!record.quarantine.empty()) {
+        if (const auto kept = quarantine->GetQuarantineThreat(record.quarantine)) {
+            MarkDeleted(record, *kept);
+        }
+    }
     Judge(record, error, destroys, quarantine->Count() > before);
     return record;
 }
@@ -193,7 +240,8 @@ void Cleaning::Tell(CleanSummaryRecord& summary, const CleanRecord& record) {
                                                         &CleanSummaryRecord::skipped};
     ++(summary.*counts[static_cast<std::size_t>(record.result)]);
     for (const CleanItem& item : record.items) {
-        summary.removed += item.result == CleanItem::Result::Removed ? 1 : 0;
+        const bool gone = item.result == CleanItem::Result::Removed || item.result == CleanItem::Result::Deleted;
+        summary.removed += gone ? 1 : 0;
         summary.left += item.result == CleanItem::Result::Left ? 1 : 0;
     }
     session_.TellWrites(sink_);

@@ -140,6 +140,22 @@ TEST_F(CleanRun, WithTheEnginesReportTheClearOutcomeGoesToTheStreamForErrors) {
     EXPECT_THAT(outcome.err, HasSubstr("ombrelane: 1 threat removed, 2 locations in all\n"));
 }
 
+TEST_F(CleanRun, WithoutAFolderForTheQuarantineNothingIsTouched) {
+    // Files that can't be moved there would be deleted.
+    Write("user/Quarantine", "a file where the quarantine's folder belongs");
+    const auto before = Snapshot(Machine());
+    const Outcome outcome = Clean();
+    EXPECT_EQ(outcome.code, ExitIncomplete);
+    for (const json& threat : Objects(outcome, "clean")) {
+        EXPECT_EQ(threat.at("result"), "failed");
+        EXPECT_THAT(threat.at("reason").get<std::string>(), HasSubstr("its folder can't be made: "));
+    }
+    for (const json& item : Objects(outcome, "clean_item")) {
+        EXPECT_EQ(item.at("result"), "left") << item;
+    }
+    EXPECT_EQ(Snapshot(Machine()), before);
+}
+
 TEST_F(CleanRun, TablesThatCannotBeReadAreAFailureThatTouchesNothing) {
     Write("user/KelQFiles.sdb", "no table");
     const auto before = Snapshot(Machine());
