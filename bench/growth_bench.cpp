@@ -14,6 +14,7 @@
 
 #include "catalogue/ThreatLite.h"
 #include "catalogue/clsThreat.h"
+#include "cleaner/Cleaner.h"
 #include "core/EngineState.h"
 #include "core/Recordset.h"
 #include "core/Text.h"
@@ -49,7 +50,8 @@ public:
         State().ThreatCatalog = std::make_shared<Collection<std::shared_ptr<clsThreat>>>();
         scan_ = NewScan();
         SetCurrentScan(scan_);
-        // A list that is not empty is not read again at each question.
+        // A list that is not empty is not read again at each question. The first question makes its file.
+        static_cast<void>(modIgnoredThreats::IsIgnoredThreatID(-1));
         IgnoredThreats().AddIgnoredThreat(-1);
     }
     ~Bench() {
@@ -237,6 +239,7 @@ constexpr Case Cases[] = {
      [](Bench& bench) { return ForEach(bench, [](Bench&, std::int32_t i) { IgnoredThreats().AddIgnoredThreat(i); }); }},
     {"cleaner-log",
      [](Bench& bench) {
+         Cleaner().SetEnableLog(true);
          return ForEach(bench, [](Bench&, std::int32_t i) { modCleanerHelper::CleanerLog("line " + Text(i)); });
      }},
 };
