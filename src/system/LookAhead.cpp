@@ -50,11 +50,16 @@ bool ListedFiles::Next(AheadItem& item) {
     if (next_ == paths_.size()) {
         return false;
     }
-    item.path = std::move(paths_[next_++]);
+    Fill(item, std::move(paths_[next_++]));
+    return true;
+}
+
+void PathsAhead::Fill(AheadItem& item, std::string named) {
+    item.path = std::move(named);
     item.folder = nullptr;
     const std::size_t end = item.path.rfind('\\') + 1;
     if (end == 0) {
-        return true;
+        return;
     }
     const std::string_view path = item.path;
     if (folder_ == nullptr || path.substr(0, end) != folder_->path) {
@@ -66,7 +71,6 @@ bool ListedFiles::Next(AheadItem& item) {
         item.folder = folder_;
         item.index = *index;
     }
-    return true;
 }
 
 bool AheadItem::Is(std::string_view wanted) const {

@@ -39,8 +39,18 @@ public:
     virtual bool Next(AheadItem& item) = 0;
 };
 
+/// Files by their full paths.
+class PathsAhead : public AheadSource {
+protected:
+    /// Makes `item` the file of a path; one that is never asked for where there is no such file.
+    void Fill(AheadItem& item, std::string path);
+
+private:
+    std::shared_ptr<const AheadFolder> folder_;  // of the last one, with or without files
+};
+
 /// The files of a list of paths.
-class ListedFiles : public AheadSource {
+class ListedFiles : public PathsAhead {
 public:
     /// @param paths full paths; what of them is no file is passed over
     explicit ListedFiles(std::vector<std::string> paths) : paths_(std::move(paths)) {}
@@ -49,7 +59,6 @@ public:
 private:
     std::vector<std::string> paths_;
     std::size_t next_ = 0;
-    std::shared_ptr<const AheadFolder> folder_;  // of the last one, with or without files
 };
 
 /// While it lives, modMD5::FileMD5 finds the digests of its files ready. It works only when it is asked, on the

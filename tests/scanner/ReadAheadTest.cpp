@@ -6,6 +6,7 @@
 #include <optional>
 #include <random>
 
+#include "catalogue/SignatureTable.h"
 #include "decorators/ForwardingFiles.h"
 #include "support/EnvironmentVariable.h"
 #include "support/ScanTest.h"
@@ -176,21 +177,13 @@ protected:
     CountedFiles files;
 };
 
-bool ReadsAhead() {
-#ifdef _WIN32
-    return false;
-#else
-    return true;
-#endif
-}
-
 TEST_F(ReadAhead, AWalkLeavesTheSameTracesWithAndWithoutIt) {
     FillFolders();
     const Traces without = Run("0", [&] { WalkTop(); });
     EXPECT_THAT(files.ahead, IsEmpty());
     EXPECT_THAT(without.found, SizeIs(4));
     EXPECT_EQ(Run(nullptr, [&] { WalkTop(); }), without);
-    EXPECT_EQ(files.ahead.empty(), !ReadsAhead());
+    EXPECT_THAT(files.ahead, Not(IsEmpty()));
     EXPECT_EQ(Run("1", [&] { WalkTop(); }), without);
 }
 
@@ -216,6 +209,27 @@ TEST_F(ReadAhead, AFolderScanLeavesTheSameTracesWithAndWithoutIt) {
     }
 }
 
+TEST_F(ReadAhead, KnownPlacesLeaveTheSameTracesWithAndWithoutIt) {
+    FillFolders();
+    State().FilePathDataTable = std::make_shared<SignatureTable>(KeyForm::Texts);
+    SignatureTable& table = *State().FilePathDataTable;
+    for (int number = 0; number < 300; ++number) {
+        const std::string folder = number % 3 == 0 ? "" : number % 3 == 1 ? "sub\\" : "sub\\deeper\\";
+        table.Add(Top() + folder + std::to_string(number) + ".bin", {1, static_cast<std::int16_t>(number % 11 == 0)});
+    }
+    table.Add(Top() + "bad*.bin", {2, 0});
+    table.Add("%nowhere%\\x.bin", {2, 0});
+    table.Add(Top() + "sub\\BAD.bin", {2, 0});
+    const Traces without = Run("0", [&] { scanner.ScanKnownLocations(); });
+    EXPECT_THAT(without.found, Not(IsEmpty()));
+    EXPECT_THAT(files.ahead, IsEmpty());
+    EXPECT_EQ(Run(nullptr, [&] { scanner.ScanKnownLocations(); }), without);
+    EXPECT_THAT(files.ahead, Not(IsEmpty()));
+    scanner.OptScanDepth = scanshallow;
+    EXPECT_EQ(Run(nullptr, [&] { scanner.ScanKnownLocations(); }), without);
+    EXPECT_THAT(files.ahead, IsEmpty());
+}
+
 TEST_F(ReadAhead, AWalkForKnownKindsOfFilesReadsNoOthers) {
     FillFolders();
     State().FileExtensionFilter = "*.exe";
@@ -232,9 +246,9 @@ TEST_F(ReadAhead, FilesThatWereHashedAreNotOpenedAgain) {
     }
     Settle();
     Run(nullptr, [&] { WalkTop(); });
-    EXPECT_THAT(files.opened, SizeIs(ReadsAhead() ? 0 : 50));
-    EXPECT_THAT(files.ahead, SizeIs(ReadsAhead() ? 50 : 0));
-    EXPECT_EQ(files.bytesAhead, ReadsAhead() ? 150'000U : 0U);
+    EXPECT_THAT(files.opened, IsEmpty());
+    EXPECT_THAT(files.ahead, SizeIs(50));
+    EXPECT_EQ(files.bytesAhead, 150'000U);
 }
 
 TEST_F(ReadAhead, FilesOutsideOfTheLimitsAreNotRead) {
@@ -244,7 +258,7 @@ TEST_F(ReadAhead, FilesOutsideOfTheLimitsAreNotRead) {
     Settle();
     OptMaxMD5Len() = 5000;
     Run(nullptr, [&] { WalkTop(); });
-    EXPECT_EQ(files.bytesAhead, ReadsAhead() ? 5000U : 0U);
+    EXPECT_EQ(files.bytesAhead, 5000U);
 }
 
 TEST_F(ReadAhead, NothingIsReadAheadAtShallowDepth) {

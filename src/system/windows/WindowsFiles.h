@@ -20,6 +20,8 @@ public:
     platform::Result<std::unique_ptr<platform::OpenFile>> Open(std::string_view path, platform::OpenMode mode) override;
     platform::Result<std::unique_ptr<platform::FileView>> View(std::string_view path) override;
     platform::Result<std::uint64_t> Length(std::string_view path) override;
+    platform::Result<platform::FileStamp> Stamp(std::string_view path) override;
+    std::unique_ptr<platform::FolderAhead> Ahead(std::string_view folder) override;
     platform::Result<std::string> LongPath(std::string_view path) override;
     platform::Result<std::string> ShortPath(std::string_view path) override;
     std::vector<std::string> LogicalDrives() override;

@@ -1,0 +1,155 @@
+// Files that are read before they are asked for.
+#include <windows.h>
+
+#include <algorithm>
+#include <vector>
+
+#include "windows/Win32.h"
+#include "windows/WindowsFiles.h"
+
+namespace kel::windows {
+
+namespace {
+
+using platform::AheadFile;
+using platform::FileStamp;
+using platform::FolderAhead;
+using platform::Result;
+using platform::SysError;
+
+// Nobody is to be hindered by what is only looked at.
+constexpr DWORD ShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+// Bringing it back from where it was moved to is for the one who really wants it.
+constexpr DWORD Elsewhere = FILE_ATTRIBUTE_OFFLINE | FILE_ATTRIBUTE_REPARSE_POINT;
+
+std::uint64_t Whole(DWORD high, DWORD low) {
+    return static_cast<std::uint64_t>(high) << 32 | low;
+}
+
+// The time of the last change of any kind; 0 where the system keeps none, or does not tell.
+std::uint64_t ChangeTime(HANDLE file) {
+    using Function = BOOL(WINAPI*)(HANDLE, FILE_INFO_BY_HANDLE_CLASS, void*, DWORD);
+    static const auto get = Import<Function>("kernel32.dll", "GetFileInformationByHandleEx");
+    FILE_BASIC_INFO basic{};
+    if (get == nullptr || get(file, FileBasicInfo, &basic, sizeof basic) == FALSE) {
+        return 0;
+    }
+    return static_cast<std::uint64_t>(basic.ChangeTime.QuadPart);
+}
+
+Result<FileStamp> StampOf(HANDLE file) {
+    BY_HANDLE_FILE_INFORMATION information{};
+    if (::GetFileInformationByHandle(file, &information) == FALSE) {
+        return LastError();
+    }
+    if ((information.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0) {
+        return SysError::AccessDenied;
+    }
+    return FileStamp{information.dwVolumeSerialNumber, Whole(information.nFileIndexHigh, information.nFileIndexLow),
+                     Whole(information.nFileSizeHigh, information.nFileSizeLow),
+                     Whole(information.ftLastWriteTime.dwHighDateTime, information.ftLastWriteTime.dwLowDateTime),
+                     ChangeTime(file)};
+}
+
+// Whether a further change would give the file other times: the last one is longer ago than a tick of the system, or
+// than the grain of the file system.
+bool IsSettled(const FileStamp& stamp) {
+    constexpr std::uint64_t Millisecond = 10'000;
+    FILETIME now{};
+    ::GetSystemTimeAsFileTime(&now);
+    const std::uint64_t last = std::max(stamp.written, stamp.changed);
+    const bool coarse = stamp.written % (10 * Millisecond) == 0 && stamp.changed % (10 * Millisecond) == 0;
+    return Whole(now.dwHighDateTime, now.dwLowDateTime) > last + (coarse ? 2000 * Millisecond : 40 * Millisecond);
+}
+
+class WindowsAheadFile final : public AheadFile {
+public:
+    WindowsAheadFile(FileHandle handle, const FileStamp& stamp) : handle_(std::move(handle)) { stamp_ = stamp; }
+
+    std::size_t Read(std::span<std::byte> into) override {
+        DWORD got = 0;
+        constexpr std::size_t Largest = std::size_t{1} << 30;
+        const auto wanted = static_cast<DWORD>(std::min(into.size(), Largest));
+        return ::ReadFile(handle_.Get(), into.data(), wanted, &got, nullptr) == FALSE ? 0 : got;
+    }
+    // The system reads a file ahead by itself once it is read from its beginning.
+    void WillBeRead() override {}
+
+private:
+    FileHandle handle_;
+};
+
+class WindowsFolderAhead final : public FolderAhead {
+public:
+    explicit WindowsFolderAhead(std::string path) : path_(std::move(path)) {}
+
+    /// False when the folder can't be listed.
+    bool List() {
+        WIN32_FIND_DATAA found;
+        const FindHandle handle(::FindFirstFileA((path_ + "*.*").c_str(), &found));
+        if (!handle) {
+            return false;
+        }
+        do {
+            const std::string_view name = found.cFileName;
+            if (name != "." && name != "..") {
+                entries_.push_back({std::string(name), found.dwFileAttributes});
+            }
+        } while (::FindNextFileA(handle.Get(), &found) != FALSE);
+        return true;
+    }
+
+    [[nodiscard]] std::size_t Count() const override { return entries_.size(); }
+    [[nodiscard]] std::string_view Name(std::size_t index) const override { return entries_[index].name; }
+    Kind KindOf(std::size_t index) override {
+        return (entries_[index].attributes & FILE_ATTRIBUTE_DIRECTORY) != 0 ? Kind::Folder : Kind::File;
+    }
+    [[nodiscard]] std::optional<std::size_t> IndexOf(std::string_view name) const override {
+        const std::string wanted(name);
+        const auto found = std::find_if(entries_.begin(), entries_.end(), [&](const Entry& entry) {
+            return ::lstrcmpiA(entry.name.c_str(), wanted.c_str()) == 0;
+        });
+        return found == entries_.end() ? std::nullopt
+                                       : std::optional(static_cast<std::size_t>(found - entries_.begin()));
+    }
+
+    std::unique_ptr<AheadFile> Open(std::size_t index) override {
+        if (KindOf(index) != Kind::File || (entries_[index].attributes & Elsewhere) != 0) {
+            return nullptr;
+        }
+        FileHandle handle(::CreateFileA((path_ + entries_[index].name).c_str(), GENERIC_READ, ShareAll, nullptr,
+                                        OPEN_EXISTING, FILE_FLAG_SEQUENTIAL_SCAN, nullptr));
+        const Result<FileStamp> stamp = handle ? StampOf(handle.Get()) : LastError();
+        if (!stamp || !IsSettled(*stamp)) {
+            return nullptr;
+        }
+        return std::make_unique<WindowsAheadFile>(std::move(handle), *stamp);
+    }
+
+private:
+    struct Entry {
+        std::string name;
+        DWORD attributes;
+    };
+    std::string path_;
+    std::vector<Entry> entries_;
+};
+
+}  // namespace
+
+Result<FileStamp> WindowsFiles::Stamp(std::string_view path) {
+    const FileHandle handle(::CreateFileA(std::string(path).c_str(), FILE_READ_ATTRIBUTES, ShareAll, nullptr,
+                                          OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+    return handle ? StampOf(handle.Get()) : LastError();
+}
+
+std::unique_ptr<FolderAhead> WindowsFiles::Ahead(std::string_view folder) {
+    std::string path(folder);
+    if (!path.ends_with('\\')) {
+        path += '\\';
+    }
+    auto files = std::make_unique<WindowsFolderAhead>(std::move(path));
+    return files->List() ? std::move(files) : nullptr;
+}
+
+}  // namespace kel::windows
