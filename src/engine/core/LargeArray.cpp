@@ -35,7 +35,7 @@ LargeBlock::LargeBlock(std::size_t bytes) {
     if (begin > first) {
         munmap(mapped, begin - first);
     }
-    void* const start = reinterpret_cast<void*>(begin);
+    void* const start = static_cast<std::byte*>(mapped) + (begin - first);
     // Only what fills large pages whole: the rest would take a whole one.
     static_cast<void>(madvise(start, bytes / LargePage * LargePage, MADV_HUGEPAGE));
     start_ = std::unique_ptr<void, LargeBlockRelease>(start, LargeBlockRelease{end - begin});

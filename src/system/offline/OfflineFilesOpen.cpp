@@ -44,7 +44,9 @@ public:
         const bool toEnd = bytes.data() + bytes.size() == Bytes().data() + size_;
         const std::uintptr_t to = (first + bytes.size() + (toEnd ? page - 1 : 0)) / page * page;
         if (from < to) {
-            static_cast<void>(madvise(reinterpret_cast<void*>(from), to - from, MADV_DONTNEED));
+            std::byte* const begin =
+                static_cast<std::byte*>(start_) + (from - reinterpret_cast<std::uintptr_t>(start_));
+            static_cast<void>(madvise(begin, to - from, MADV_DONTNEED));
         }
     }
 
