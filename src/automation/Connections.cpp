@@ -19,11 +19,6 @@ std::string Hexadecimal(HRESULT outcome) {
     return text;
 }
 
-// A sink may handle some events and not others.
-bool NotHandled(HRESULT outcome) {
-    return outcome == DISP_E_MEMBERNOTFOUND || outcome == E_NOTIMPL;
-}
-
 struct KeptSinks {
     std::weak_ptr<void> thing;
     std::weak_ptr<SinkList> sinks;
@@ -139,12 +134,24 @@ HRESULT SinkList::Unadvise(DWORD cookie) {
     return S_OK;
 }
 
+bool SinkList::Wanted(DISPID id) const {
+    return std::any_of(sinks_.begin(), sinks_.end(), [&](const Sink& sink) { return sink.Hears(id); });
+}
+
+void SinkList::LeavesOut(DWORD cookie, DISPID id) {
+    for (Sink& sink : sinks_) {
+        if (sink.cookie == cookie) {
+            sink.leftOut.push_back(id);
+        }
+    }
+}
+
 void SinkList::Raise(DISPID id, std::span<VARIANTARG> arguments, std::string_view source, std::string_view event) {
     // By number, because the list may change during a call.
     DWORD done = 0;
     for (;;) {
-        const auto next =
-            std::find_if(sinks_.begin(), sinks_.end(), [&](const Sink& sink) { return sink.cookie > done; });
+        const auto next = std::find_if(sinks_.begin(), sinks_.end(),
+                                       [&](const Sink& sink) { return sink.cookie > done && sink.Hears(id); });
         if (next == sinks_.end()) {
             return;
         }
@@ -153,7 +160,9 @@ void SinkList::Raise(DISPID id, std::span<VARIANTARG> arguments, std::string_vie
         DISPPARAMS parameters{arguments.data(), nullptr, static_cast<UINT>(arguments.size()), 0};
         const HRESULT outcome =
             sink->Invoke(id, IID_NULL, LOCALE_USER_DEFAULT, DISPATCH_METHOD, &parameters, nullptr, nullptr, nullptr);
-        if (FAILED(outcome) && !NotHandled(outcome)) {
+        if (outcome == DISP_E_MEMBERNOTFOUND) {
+            LeavesOut(done, id);
+        } else if (FAILED(outcome) && outcome != E_NOTIMPL) {
             Unadvise(done);
             ReportError("ln 0:A subscriber failed and is not called any more", Hexadecimal(outcome), source, event);
         }

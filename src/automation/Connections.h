@@ -1,6 +1,7 @@
 // Events: who subscribed to a thing of the engine, and how they are called.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <memory>
 #include <span>
@@ -29,18 +30,28 @@ public:
     HRESULT Unadvise(DWORD cookie);
 
     /// Calls every sink. One that fails or is gone is dropped, with a line in the error log, and the others are called.
-    /// A sink may leave events out. Sinks may come and go meanwhile.
+    /// A sink that has no such member is not asked for that event again. Sinks may come and go meanwhile.
     /// @param arguments last first; references come back
     /// @param source, event named in the log
     void Raise(DISPID id, std::span<VARIANTARG> arguments, std::string_view source, std::string_view event);
 
+    /// Whether some sink hears that event, as far as is known.
+    [[nodiscard]] bool Wanted(DISPID id) const;
+
     struct Sink {
         DWORD cookie = 0;
         ComPtr<IDispatch> object;
+        std::vector<DISPID> leftOut = {};  ///< events that it has no member for
+
+        [[nodiscard]] bool Hears(DISPID id) const {
+            return std::find(leftOut.begin(), leftOut.end(), id) == leftOut.end();
+        }
     };
     [[nodiscard]] const std::vector<Sink>& Sinks() const { return sinks_; }
 
 private:
+    void LeavesOut(DWORD cookie, DISPID id);
+
     IID events_;
     std::vector<Sink> sinks_;
     DWORD last_ = 0;

@@ -31,11 +31,11 @@ inline Variant EventArgument(VARIANT_BOOL* flag) {
     return argument;
 }
 
-/// Raises an event with its arguments in their order. Texts are made only when someone listens.
+/// Raises an event with its arguments in their order. Texts are made only when someone hears it.
 template <class... Arguments>
 void RaiseEvent(const std::shared_ptr<SinkList>& sinks, DISPID id, std::string_view source, std::string_view event,
                 Arguments... arguments) {
-    if (sinks->Sinks().empty()) {
+    if (!sinks->Wanted(id)) {
         return;
     }
     std::array<Variant, sizeof...(Arguments)> owned{EventArgument(arguments)...};

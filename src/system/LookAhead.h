@@ -94,7 +94,7 @@ private:
     };
     using Time = std::chrono::steady_clock;
 
-    [[nodiscard]] Item& At(std::uint64_t number) { return items_[number % items_.size()]; }
+    [[nodiscard]] Item& At(std::uint64_t number) { return items_[static_cast<std::size_t>(number % items_.size())]; }
     [[nodiscard]] Item* Find(std::string_view path);
     bool Fetch();
     void Refill();

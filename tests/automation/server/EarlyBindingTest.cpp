@@ -3,9 +3,9 @@
 
 namespace kel::test {
 
-class EarlyBinding : public ServerTest {};
+class ServerEarlyBinding : public ServerTest {};
 
-TEST_F(EarlyBinding, OpeningStoresWhatTheClientNamesAndAnswersFalse) {
+TEST_F(ServerEarlyBinding, OpeningStoresWhatTheClientNamesAndAnswersFalse) {
     manager = OpenManager();
     VARIANT_BOOL answer = VARIANT_TRUE;
     EXPECT_EQ(manager->Inititalize(::LanguageSpanish, ::VersionTypeServer, &answer), S_OK);
@@ -20,7 +20,7 @@ TEST_F(EarlyBinding, OpeningStoresWhatTheClientNamesAndAnswersFalse) {
     EXPECT_EQ(answer, VARIANT_FALSE);
 }
 
-TEST_F(EarlyBinding, TheScannerIsOneObjectAndTheThreatsAreTwo) {
+TEST_F(ServerEarlyBinding, TheScannerIsOneObjectAndTheThreatsAreTwo) {
     manager = OpenManager();
     ComPtr<_Scanner> scanners[2];
     ComPtr<_Threats> threats[2];
@@ -32,7 +32,7 @@ TEST_F(EarlyBinding, TheScannerIsOneObjectAndTheThreatsAreTwo) {
     EXPECT_NE(threats[0].As<IUnknown>().Get(), threats[1].As<IUnknown>().Get());
 }
 
-TEST_F(EarlyBinding, AnyNumberThatIsNotZeroIsTrue) {
+TEST_F(ServerEarlyBinding, AnyNumberThatIsNotZeroIsTrue) {
     manager = OpenManager();
     ComPtr<_Scanner> scanner;
     ASSERT_EQ(manager->get_Scanner(scanner.Out()), S_OK);
@@ -45,7 +45,7 @@ TEST_F(EarlyBinding, AnyNumberThatIsNotZeroIsTrue) {
     EXPECT_EQ(read, VARIANT_FALSE);
 }
 
-TEST_F(EarlyBinding, APathGetsItsBackslashAndTheLogsGoThere) {
+TEST_F(ServerEarlyBinding, APathGetsItsBackslashAndTheLogsGoThere) {
     manager = OpenManager();
     ComPtr<_Scanner> scanner;
     ASSERT_EQ(manager->get_Scanner(scanner.Out()), S_OK);
@@ -55,7 +55,7 @@ TEST_F(EarlyBinding, APathGetsItsBackslashAndTheLogsGoThere) {
     EXPECT_EQ(path.Value(), "C:\\kelServerData\\");
 }
 
-TEST_F(EarlyBinding, AnObjectThatAClientMadeIsTakenAndGivenBack) {
+TEST_F(ServerEarlyBinding, AnObjectThatAClientMadeIsTakenAndGivenBack) {
     ComPtr<_Scanner> scanner = BeginScan();
     ComPtr<_Scan> scan;
     ASSERT_EQ(scanner->get_Scan(scan.Out()), S_OK);
@@ -70,7 +70,7 @@ TEST_F(EarlyBinding, AnObjectThatAClientMadeIsTakenAndGivenBack) {
     EXPECT_FALSE(read);
 }
 
-TEST_F(EarlyBinding, ADetectionIsReadToItsLastField) {
+TEST_F(ServerEarlyBinding, ADetectionIsReadToItsLastField) {
     ComPtr<_Scanner> scanner = BeginScan();
     ::CreateDirectoryA("C:\\kelServerFiles", nullptr);
     windows::FileHandle(
@@ -100,7 +100,7 @@ TEST_F(EarlyBinding, ADetectionIsReadToItsLastField) {
     EXPECT_TRUE(FAILED(files->get_Item(Variant(2).Get(), item.Out())));
 }
 
-TEST_F(EarlyBinding, AThreatThatIsNotThereIsAFailingCall) {
+TEST_F(ServerEarlyBinding, AThreatThatIsNotThereIsAFailingCall) {
     ComPtr<_Scanner> scanner = BeginScan();
     ComPtr<_Scan> scan;
     ASSERT_EQ(scanner->get_Scan(scan.Out()), S_OK);
@@ -108,7 +108,7 @@ TEST_F(EarlyBinding, AThreatThatIsNotThereIsAFailingCall) {
     EXPECT_TRUE(FAILED(scan->get_GetDetectedThreat(1, answer.Out())));
 }
 
-TEST_F(EarlyBinding, ATableOfTheHistoryIsWalkedAcrossProcesses) {
+TEST_F(ServerEarlyBinding, ATableOfTheHistoryIsWalkedAcrossProcesses) {
     manager = OpenManager();
     ComPtr<_ScanHistory> history;
     ComPtr<_Recordset> table;

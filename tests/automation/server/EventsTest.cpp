@@ -5,7 +5,7 @@
 
 namespace kel::test {
 
-class Events : public ServerTest {
+class ServerEvents : public ServerTest {
 protected:
     static constexpr int Files = 300;
 
@@ -29,7 +29,7 @@ protected:
     ComPtr<_ScannerCallback> callback;
 };
 
-TEST_F(Events, EveryLocationIsNamedInItsTurn) {
+TEST_F(ServerEvents, EveryLocationIsNamedInItsTurn) {
     LONG expected = 0;
     LONG polls = 0;
     Handlers handlers;
@@ -50,7 +50,7 @@ TEST_F(Events, EveryLocationIsNamedInItsTurn) {
     EXPECT_GE(polls, Files);
 }
 
-TEST_F(Events, TheAnswerToTheRequestEndsTheScan) {
+TEST_F(ServerEvents, TheAnswerToTheRequestEndsTheScan) {
     Handlers handlers;
     int polls = 0;
     handlers.RequestScanAbort = [&](VARIANT_BOOL& abort) {
@@ -65,7 +65,7 @@ TEST_F(Events, TheAnswerToTheRequestEndsTheScan) {
     EXPECT_LT(ScannedFiles(scanner.Get()), 20);
 }
 
-TEST_F(Events, ASubscriberThatLeftHearsNothing) {
+TEST_F(ServerEvents, ASubscriberThatLeftHearsNothing) {
     int heard = 0;
     Handlers handlers;
     handlers.StartingLocation = [&](const std::string&, LONG, LONG) {
@@ -78,7 +78,7 @@ TEST_F(Events, ASubscriberThatLeftHearsNothing) {
     EXPECT_EQ(heard, 0);
 }
 
-TEST_F(Events, ASubscriberMayLeaveInTheMiddleOfAnEvent) {
+TEST_F(ServerEvents, ASubscriberMayLeaveInTheMiddleOfAnEvent) {
     int heard = 0;
     std::unique_ptr<Subscription> subscription;
     Handlers handlers;
@@ -94,7 +94,7 @@ TEST_F(Events, ASubscriberMayLeaveInTheMiddleOfAnEvent) {
     EXPECT_EQ(LinesOfErrorLog("A subscriber failed"), 0);
 }
 
-TEST_F(Events, ASubscriberThatFailsIsDroppedAndTheOthersAreCalled) {
+TEST_F(ServerEvents, ASubscriberThatFailsIsDroppedAndTheOthersAreCalled) {
     int failing = 0;
     int heard = 0;
     Handlers bad;
@@ -115,20 +115,26 @@ TEST_F(Events, ASubscriberThatFailsIsDroppedAndTheOthersAreCalled) {
     EXPECT_EQ(LinesOfErrorLog("A subscriber failed"), 1);
 }
 
-TEST_F(Events, ASubscriberMayLeaveEventsOut) {
-    int heard = 0;
+TEST_F(ServerEvents, ASubscriberWithoutAHandlerIsNotAskedAgain) {
+    int unhandled = 0;
+    int polls = 0;
     Handlers handlers;
     handlers.StartingLocation = [&](const std::string&, LONG, LONG) {
-        ++heard;
-        return heard % 2 == 0 ? S_OK : DISP_E_MEMBERNOTFOUND;
+        ++unhandled;
+        return DISP_E_MEMBERNOTFOUND;
+    };
+    handlers.RequestScanAbort = [&](VARIANT_BOOL&) {
+        ++polls;
+        return S_OK;
     };
     const Subscription subscription(callback.Get(), std::move(handlers));
     EXPECT_EQ(Scan(), S_OK);
-    EXPECT_EQ(heard, Files);
+    EXPECT_EQ(unhandled, 1);
+    EXPECT_EQ(polls, Files);
     EXPECT_EQ(LinesOfErrorLog("A subscriber failed"), 0);
 }
 
-TEST_F(Events, TheSubscriptionOutlivesTheClientsReference) {
+TEST_F(ServerEvents, TheSubscriptionOutlivesTheClientsReference) {
     int heard = 0;
     Handlers handlers;
     handlers.StartingLocation = [&](const std::string&, LONG, LONG) {
@@ -141,7 +147,7 @@ TEST_F(Events, TheSubscriptionOutlivesTheClientsReference) {
     EXPECT_EQ(heard, Files);
 }
 
-TEST_F(Events, ACallFromInsideAnEventGetsIn) {
+TEST_F(ServerEvents, ACallFromInsideAnEventGetsIn) {
     LONG read = -1;
     Handlers handlers;
     handlers.StartingLocation = [&](const std::string&, LONG, LONG count) {
@@ -155,7 +161,7 @@ TEST_F(Events, ACallFromInsideAnEventGetsIn) {
     EXPECT_EQ(read, 5);
 }
 
-TEST_F(Events, ASecondClientAbortsTheScanFromInsideAnEvent) {
+TEST_F(ServerEvents, ASecondClientAbortsTheScanFromInsideAnEvent) {
     std::string reason;
     Handlers handlers;
     handlers.StartingLocation = [&](const std::string&, LONG, LONG count) {
@@ -174,7 +180,7 @@ TEST_F(Events, ASecondClientAbortsTheScanFromInsideAnEvent) {
     EXPECT_LT(ScannedFiles(scanner.Get()), 20);
 }
 
-TEST_F(Events, ASecondClientIsLetInBetweenTwoFiles) {
+TEST_F(ServerEvents, ASecondClientIsLetInBetweenTwoFiles) {
     constexpr int many = 5000;
     const std::string manyFiles = FolderOfFiles(many);
     SharedEvent ready("kel.ready");
@@ -187,7 +193,7 @@ TEST_F(Events, ASecondClientIsLetInBetweenTwoFiles) {
     EXPECT_LT(ScannedFiles(scanner.Get()), many);
 }
 
-TEST_F(Events, AClientThatDiesInTheMiddleOfACallLeavesTheServerAtWork) {
+TEST_F(ServerEvents, AClientThatDiesInTheMiddleOfACallLeavesTheServerAtWork) {
     SharedEvent inEvent("kel.inevent");
     Program client(ClientCommand("hang-in-event"));
     ASSERT_TRUE(inEvent.Wait());
@@ -205,7 +211,7 @@ TEST_F(Events, AClientThatDiesInTheMiddleOfACallLeavesTheServerAtWork) {
     EXPECT_EQ(ScannedFiles(BeginScan().Get()), 0);
 }
 
-TEST_F(Events, SourcesNameTheirEventInterface) {
+TEST_F(ServerEvents, SourcesNameTheirEventInterface) {
     const auto provider = callback.As<IProvideClassInfo2>();
     ASSERT_TRUE(provider);
     GUID id{};

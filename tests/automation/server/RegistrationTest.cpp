@@ -114,12 +114,12 @@ const std::vector<DWORD> Self{10};
 
 }  // namespace
 
-class Registration : public ServerTest {
+class ServerRegistration : public ServerTest {
 protected:
     static DWORD Run(const std::string& switches) { return Program(ServerProgram + " " + switches).ExitCode(); }
 };
 
-TEST_F(Registration, UnregisteringLeavesTheMachineAsItWas) {
+TEST_F(ServerRegistration, UnregisteringLeavesTheMachineAsItWas) {
     ASSERT_EQ(Run("/UnregServer"), 0U);
     const Snapshot before = Classes(HKEY_LOCAL_MACHINE);
     ASSERT_EQ(Run("/RegServer"), 0U);
@@ -129,7 +129,7 @@ TEST_F(Registration, UnregisteringLeavesTheMachineAsItWas) {
     EXPECT_EQ(Run("/RegServer"), 0U);
 }
 
-TEST_F(Registration, UnregisteringLeavesTheUserAsItWas) {
+TEST_F(ServerRegistration, UnregisteringLeavesTheUserAsItWas) {
     const Snapshot machine = Classes(HKEY_LOCAL_MACHINE);
     // A user's hive has the key from the start; Wine makes it when it is needed.
     windows::KeyHandle classes;
@@ -142,20 +142,20 @@ TEST_F(Registration, UnregisteringLeavesTheUserAsItWas) {
     EXPECT_EQ(Classes(HKEY_CURRENT_USER), before);
 }
 
-TEST_F(Registration, RegisteringTwiceChangesNothing) {
+TEST_F(ServerRegistration, RegisteringTwiceChangesNothing) {
     const Snapshot before = Classes(HKEY_LOCAL_MACHINE);
     ASSERT_EQ(Run("/RegServer"), 0U);
     EXPECT_EQ(Classes(HKEY_LOCAL_MACHINE), before);
 }
 
-TEST_F(Registration, UnregisteringWhatIsNotRegisteredIsNoFailure) {
+TEST_F(ServerRegistration, UnregisteringWhatIsNotRegisteredIsNoFailure) {
     ASSERT_EQ(Run("/UnregServer"), 0U);
     EXPECT_EQ(Run("/UnregServer"), 0U);
     EXPECT_EQ(Run("/UnregServer /PerUser"), 0U);
     EXPECT_EQ(Run("/RegServer"), 0U);
 }
 
-TEST_F(Registration, EveryClassThatClientsCreateHasItsProgramIdentifier) {
+TEST_F(ServerRegistration, EveryClassThatClientsCreateHasItsProgramIdentifier) {
     for (const automation::CreatableClass& made : automation::CreatableClasses()) {
         const std::string name = "kelThreatEngine." + std::string(made.name);
         const std::string id = TextOf(HKEY_LOCAL_MACHINE, name + "\\CLSID");
@@ -165,7 +165,7 @@ TEST_F(Registration, EveryClassThatClientsCreateHasItsProgramIdentifier) {
     EXPECT_EQ(TextOf(HKEY_LOCAL_MACHINE, "kelThreatEngine.clsFolderPaths\\CLSID"), "<none>");
 }
 
-TEST_F(Registration, TheUserAdministratorsAndTheSystemAreLetInAndNobodyElse) {
+TEST_F(ServerRegistration, TheUserAdministratorsAndTheSystemAreLetInAndNobodyElse) {
     std::vector<BYTE> launch = Bytes(HKEY_LOCAL_MACHINE, Application, "LaunchPermission");
     std::vector<BYTE> access = Bytes(HKEY_LOCAL_MACHINE, Application, "AccessPermission");
     // Local starts, activations and calls; nothing from another machine.
@@ -175,7 +175,7 @@ TEST_F(Registration, TheUserAdministratorsAndTheSystemAreLetInAndNobodyElse) {
     EXPECT_EQ(Allowed(access), callers);
 }
 
-TEST_F(Registration, ACommandLineThatIsNotUnderstoodDoesNothing) {
+TEST_F(ServerRegistration, ACommandLineThatIsNotUnderstoodDoesNothing) {
     const Snapshot before = Classes(HKEY_LOCAL_MACHINE);
     EXPECT_EQ(Run("/Unregister"), 2U);
     EXPECT_EQ(Run("/UnregServer nonsense"), 2U);

@@ -5,9 +5,9 @@
 
 namespace kel::test {
 
-class Residence : public ServerTest {};
+class ServerResidence : public ServerTest {};
 
-TEST_F(Residence, TheFirstRequestStartsTheServer) {
+TEST_F(ServerResidence, TheFirstRequestStartsTheServer) {
     EXPECT_TRUE(ServerProcesses().empty());
     HRESULT outcome = S_OK;
     EXPECT_TRUE(Create<_Manager>(__uuidof(::Manager), &outcome));
@@ -15,7 +15,7 @@ TEST_F(Residence, TheFirstRequestStartsTheServer) {
     EXPECT_EQ(ServerProcesses().size(), 1U);
 }
 
-TEST_F(Residence, TheSameProcessServesAfterTheLastObjectIsGone) {
+TEST_F(ServerResidence, TheSameProcessServesAfterTheLastObjectIsGone) {
     ASSERT_TRUE(Create<_Manager>(__uuidof(::Manager)));
     const std::vector<DWORD> first = ServerProcesses();
     ::CoFreeUnusedLibraries();
@@ -23,28 +23,28 @@ TEST_F(Residence, TheSameProcessServesAfterTheLastObjectIsGone) {
     EXPECT_EQ(ServerProcesses(), first);
 }
 
-TEST_F(Residence, TheFormIsThereAndIsNeverShown) {
+TEST_F(ServerResidence, TheFormIsThereAndIsNeverShown) {
     ASSERT_TRUE(Create<_Manager>(__uuidof(::Manager)));
     const HWND form = ::FindWindowA("frmHolder", "Form1");
     ASSERT_NE(form, nullptr);
     EXPECT_FALSE(::IsWindowVisible(form));
 }
 
-TEST_F(Residence, ASecondStartByHandEndsAtOnce) {
+TEST_F(ServerResidence, ASecondStartByHandEndsAtOnce) {
     ASSERT_TRUE(Create<_Manager>(__uuidof(::Manager)));
     const std::vector<DWORD> first = ServerProcesses();
     EXPECT_EQ(Program(ServerProgram).ExitCode(), 0U);
     EXPECT_EQ(ServerProcesses(), first);
 }
 
-TEST_F(Residence, ASecondStartByTheSystemEndsToo) {
+TEST_F(ServerResidence, ASecondStartByTheSystemEndsToo) {
     ASSERT_TRUE(Create<_Manager>(__uuidof(::Manager)));
     const std::vector<DWORD> first = ServerProcesses();
     EXPECT_EQ(Program(ServerProgram + " -Embedding").ExitCode(), 0U);
     EXPECT_EQ(ServerProcesses(), first);
 }
 
-TEST_F(Residence, WhoClosesTheFormFromOutsideEndsTheProcess) {
+TEST_F(ServerResidence, WhoClosesTheFormFromOutsideEndsTheProcess) {
     ASSERT_TRUE(Create<_Manager>(__uuidof(::Manager)));
     const windows::KernelHandle process(::OpenProcess(SYNCHRONIZE, FALSE, ServerProcesses().at(0)));
     ::PostMessageA(::FindWindowA("frmHolder", "Form1"), WM_CLOSE, 0, 0);
@@ -52,7 +52,7 @@ TEST_F(Residence, WhoClosesTheFormFromOutsideEndsTheProcess) {
     EXPECT_TRUE(Create<_Manager>(__uuidof(::Manager)));
 }
 
-TEST_F(Residence, ClientsThatComeTogetherGetOneServer) {
+TEST_F(ServerResidence, ClientsThatComeTogetherGetOneServer) {
     constexpr std::size_t together = 6;
     std::vector<std::unique_ptr<Program>> clients;
     SharedEvent go("kel.go");
@@ -73,7 +73,7 @@ TEST_F(Residence, ClientsThatComeTogetherGetOneServer) {
     EXPECT_EQ(ServerProcesses().size(), 1U);
 }
 
-TEST_F(Residence, TwoClientsShareTheState) {
+TEST_F(ServerResidence, TwoClientsShareTheState) {
     manager = OpenManager();
     ComPtr<_IgnoredThreats> ignored;
     VARIANT_BOOL answer = VARIANT_FALSE;
@@ -84,7 +84,7 @@ TEST_F(Residence, TwoClientsShareTheState) {
     EXPECT_EQ(Program(ClientCommand("read-ignored")).ExitCode(), 1U);
 }
 
-TEST_F(Residence, TheDataAreThereForTheNextClient) {
+TEST_F(ServerResidence, TheDataAreThereForTheNextClient) {
     manager = OpenManager();
     manager = ComPtr<_Manager>();
     const auto info = Create<_Info>(__uuidof(::Info));

@@ -20,6 +20,7 @@ const std::string PathOfThreat = "c:\\kelserverfiles\\bad.exe";
 namespace {
 
 constexpr DWORD Patience = 60000;
+constexpr DWORD ServersPatience = 15000;
 
 class Sink final : public IDispatch {
 public:
@@ -133,30 +134,51 @@ HRESULT Subscription::Leave() {
     return point_->Unadvise(std::exchange(cookie_, 0U));
 }
 
-std::vector<DWORD> ServerProcesses() {
+namespace {
+
+std::vector<DWORD> ProcessesOf(const char* program) {
     std::vector<DWORD> processes;
     const windows::FileHandle snapshot(::CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0));
     PROCESSENTRY32 entry{};
     entry.dwSize = sizeof entry;
     for (BOOL more = ::Process32First(snapshot.Get(), &entry); more != FALSE;
          more = ::Process32Next(snapshot.Get(), &entry)) {
-        if (::lstrcmpiA(entry.szExeFile, "kelThreatEngine.exe") == 0) {
+        if (::lstrcmpiA(entry.szExeFile, program) == 0) {
             processes.push_back(entry.th32ProcessID);
         }
     }
     return processes;
 }
 
+// True when it ended by itself.
+bool End(DWORD id, DWORD patience) {
+    const windows::KernelHandle process(::OpenProcess(PROCESS_TERMINATE | SYNCHRONIZE, FALSE, id));
+    if (!process || ::WaitForSingleObject(process.Get(), patience) == WAIT_OBJECT_0) {
+        return true;
+    }
+    ::TerminateProcess(process.Get(), 1);
+    ::WaitForSingleObject(process.Get(), Patience);
+    return false;
+}
+
+}  // namespace
+
+std::vector<DWORD> ServerProcesses() {
+    return ProcessesOf("kelThreatEngine.exe");
+}
+
 void EndServers() {
-    // By its form: Wine goes on to send clients to a server that was killed.
     if (const HWND form = ::FindWindowA("frmHolder", "Form1")) {
         ::PostMessageA(form, WM_CLOSE, 0, 0);
     }
+    bool killed = false;
     for (const DWORD id : ServerProcesses()) {
-        const windows::KernelHandle process(::OpenProcess(PROCESS_TERMINATE | SYNCHRONIZE, FALSE, id));
-        if (process && ::WaitForSingleObject(process.Get(), Patience) != WAIT_OBJECT_0) {
-            ::TerminateProcess(process.Get(), 1);
-            ::WaitForSingleObject(process.Get(), Patience);
+        killed = !End(id, ServersPatience) || killed;
+    }
+    if (killed) {
+        // Wine goes on to send clients to a server that was killed, until the service that remembers it is gone.
+        for (const DWORD id : ProcessesOf("rpcss.exe")) {
+            End(id, 0);
         }
     }
 }
