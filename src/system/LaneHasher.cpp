@@ -20,9 +20,10 @@ LaneHasher::LaneHasher(const Md5Kernel& kernel, std::size_t bytesALane, Done don
       bytesALane_(bytesALane),
       done_(std::move(done)),
       lanes_(kernel.lanes),
-      bytes_(kernel.lanes * (bytesALane + Slack)) {
+      // Not filled with zeros: of most lanes only the beginning is ever used.
+      bytes_(std::make_unique_for_overwrite<std::byte[]>(kernel.lanes * (bytesALane + Slack))) {
     for (std::size_t lane = 0; lane < lanes_.size(); ++lane) {
-        lanes_[lane].buffer = bytes_.data() + lane * (bytesALane + Slack);
+        lanes_[lane].buffer = bytes_.get() + lane * (bytesALane + Slack);
     }
 }
 

@@ -52,7 +52,7 @@ private:
     Done done_;
     std::size_t active_ = 0;
     std::vector<Lane> lanes_;
-    std::vector<std::byte> bytes_;
+    std::unique_ptr<std::byte[]> bytes_;
     alignas(64) std::uint32_t state_[4 * MaxMd5Lanes] = {};
 };
 

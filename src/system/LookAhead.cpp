@@ -27,6 +27,8 @@ constexpr unsigned MostFetched = 128;
 // for the processor.
 constexpr unsigned FilesToJudge = 32;
 constexpr unsigned FilesUntilJudgedAgain = 1024;
+// Asking for the time costs more than a hundredth of a small file, so that of a fast medium's files few are timed.
+constexpr unsigned UntimedWhenWarm = 7;
 constexpr std::size_t OpenedWhenWarm = 1;
 constexpr std::size_t OpenedWhenCold = 64;
 constexpr double WarmFileNanoseconds = 4000;
@@ -197,6 +199,12 @@ void LookAhead::StartNext() {
         hasher_->Start(next.number, std::move(next.file));
         return;
     }
+    if (untimed_ > 0) {
+        --untimed_;
+        hasher_->Start(next.number, std::move(next.file));
+        return;
+    }
+    untimed_ = judgedWarm_ ? UntimedWhenWarm : 0;
     const auto began = Time::now();
     hasher_->Start(next.number, std::move(next.file));
     const std::chrono::duration<double, std::nano> took = Time::now() - began;
@@ -206,6 +214,8 @@ void LookAhead::StartNext() {
         return;
     }
     coldFor_ = slowFiles_ >= ManyAreSlow ? FilesUntilJudgedAgain : 0;
+    judgedWarm_ = coldFor_ == 0;
+    untimed_ = 0;
     readFiles_ = 0;
     slowFiles_ = 0;
 }

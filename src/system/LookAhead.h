@@ -111,8 +111,10 @@ private:
     bool atEnd_ = false;
 
     // Whether files come from a slow medium, by the time of the last ones.
+    unsigned untimed_ = 0;  // files until one is timed again
     unsigned readFiles_ = 0;
     unsigned slowFiles_ = 0;
+    bool judgedWarm_ = false;
     unsigned coldFor_ = 0;  // files
     LookAhead* outer_;
 };

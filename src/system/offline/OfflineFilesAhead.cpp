@@ -72,8 +72,8 @@ public:
     [[nodiscard]] std::string_view Name(std::size_t index) const override { return listing_->Name(index); }
     Kind KindOf(std::size_t index) override {
         unsigned char kind = listing_->Kind(index);
-        struct stat status {};
         if (kind == DT_UNKNOWN) {
+            struct stat status {};
             const auto host = HostName(listing_->Name(index));
             if (host && fstatat(folder_->Fd(), host->c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0) {
                 kind = static_cast<unsigned char>(IFTODT(status.st_mode));
