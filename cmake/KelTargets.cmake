@@ -17,10 +17,13 @@ if(MINGW)
   add_link_options(-static)
 endif()
 
-# Whether programs of this build run here, if need be under the emulator. The answer is kept in the cache.
+# Whether programs of this build run here, if need be under the emulator. The answer is kept in the cache; it is asked
+# for again with -U KEL_PROGRAMS_RUN.
 if(CMAKE_CROSSCOMPILING AND KEL_TESTS AND NOT DEFINED KEL_PROGRAMS_RUN)
   set(probe ${CMAKE_BINARY_DIR}/CMakeFiles/probe.cpp)
   file(WRITE ${probe} "#include <cstdio>\nint main() { std::puts(\"runs\"); }\n")
+  unset(exit CACHE)
+  unset(compiled CACHE)
   try_run(exit compiled ${CMAKE_BINARY_DIR}/CMakeFiles/probe ${probe} LINK_OPTIONS -static RUN_OUTPUT_VARIABLE output)
   if(compiled AND exit EQUAL 0 AND output MATCHES "runs")
     set(runs ON)
