@@ -152,17 +152,11 @@ void AddFile(DetectedThreat& threat, const std::string& path) {
 
 void AddEntry(DetectedThreat& threat, Hive hive, const std::string& key, const std::string& name,
               const std::string& data) {
-    const auto location = std::make_shared<ThreatLocationRegKey>();
-    location->RegHive = hive;
-    location->Regkey = key;
-    location->RegValueName = name;
-    location->RegValueData = data;
-    threat.ThreatLocationRegKeys->Add(location);
+    threat.ThreatLocationRegKeys->Add(std::make_shared<ThreatLocationRegKey>(hive, key, name, data));
 }
 
 void AddCustom(DetectedThreat& threat, std::int32_t id, const std::string& data1, const std::string& data2) {
-    const auto location = std::make_shared<ThreatLocationCustom>();
-    location->CustomID = id;
+    const auto location = std::make_shared<ThreatLocationCustom>(id);
     location->CleanPriority = CustomCleanPriorityPost;
     location->CustomData1 = data1;
     location->CustomData2 = data2;
