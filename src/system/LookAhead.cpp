@@ -26,11 +26,11 @@ constexpr unsigned MostFetched = 128;
 // nanosecond a byte, a slow medium many times that. It is slow if many of its files are: a single one may have waited
 // for the processor.
 constexpr unsigned FilesToJudge = 32;
-constexpr unsigned FilesUntilJudgedAgain = 1024;
+constexpr unsigned FilesUntilJudgedAgain = 4096;
 // Asking for the time costs more than a hundredth of a small file, so that of a fast medium's files few are timed.
 constexpr unsigned UntimedWhenWarm = 7;
 constexpr std::size_t OpenedWhenWarm = 1;
-constexpr std::size_t OpenedWhenCold = 64;
+constexpr std::size_t OpenedWhenCold = 128;
 constexpr double WarmFileNanoseconds = 4000;
 constexpr double WarmByteNanoseconds = 0.3;
 constexpr double ColdIsTimes = 6;
@@ -170,10 +170,12 @@ bool LookAhead::Fetch() {
     if (file) {
         item.stamp = file->Stamp();
         item.state = State::Waiting;
-        if (coldFor_ > 0) {
+        const bool ask = coldFor_ > 0;
+        if (ask) {
+            --coldFor_;
             file->WillBeRead();
         }
-        opened_.push_back({number, std::move(file)});
+        opened_.push_back({number, std::move(file), ask});
     }
     return true;
 }
@@ -194,13 +196,8 @@ void LookAhead::StartNext() {
     Opened next = std::move(opened_.front());
     opened_.pop_front();
     const std::uint64_t bytes = next.file->Stamp().size;
-    if (coldFor_ > 0) {
-        --coldFor_;
-        hasher_->Start(next.number, std::move(next.file));
-        return;
-    }
-    if (untimed_ > 0) {
-        --untimed_;
+    if (next.asked || untimed_ > 0) {
+        untimed_ -= untimed_ > 0 ? 1 : 0;
         hasher_->Start(next.number, std::move(next.file));
         return;
     }

@@ -91,6 +91,7 @@ private:
     struct Opened {
         std::uint64_t number;
         std::unique_ptr<platform::AheadFile> file;
+        bool asked = false;  // early: how fast it is read then tells nothing of the medium
     };
     using Time = std::chrono::steady_clock;
 

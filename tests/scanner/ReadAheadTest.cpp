@@ -30,6 +30,8 @@ public:
     std::vector<std::string> ahead;   ///< names, in the order in which they were opened
     std::vector<std::string> opened;  ///< paths
     std::size_t bytesAhead = 0;
+    std::size_t asked = 0;              ///< of those ahead, the ones that the medium was told of
+    std::chrono::microseconds slow{0};  ///< what each reading ahead takes longer
 
     platform::Result<platform::FileStamp> Stamp(std::string_view path) override { return Inner().Stamp(path); }
     std::unique_ptr<platform::FolderAhead> Ahead(std::string_view folder) override {
@@ -49,11 +51,17 @@ private:
             stamp_ = inner_->Stamp();
         }
         std::size_t Read(std::span<std::byte> into) override {
+            const auto until = std::chrono::steady_clock::now() + all_.slow;
+            while (std::chrono::steady_clock::now() < until) {
+            }
             const std::size_t got = inner_->Read(into);
             all_.bytesAhead += got;
             return got;
         }
-        void WillBeRead() override { inner_->WillBeRead(); }
+        void WillBeRead() override {
+            ++all_.asked;
+            inner_->WillBeRead();
+        }
 
     private:
         std::unique_ptr<platform::AheadFile> inner_;
@@ -249,6 +257,14 @@ TEST_F(ReadAhead, FilesThatWereHashedAreNotOpenedAgain) {
     EXPECT_THAT(files.opened, IsEmpty());
     EXPECT_THAT(files.ahead, SizeIs(50));
     EXPECT_EQ(files.bytesAhead, 150'000U);
+}
+
+TEST_F(ReadAhead, ASlowMediumIsToldEarlyOfTheNextFiles) {
+    FillFolders();
+    const Traces without = Run("0", [&] { WalkTop(); });
+    files.slow = std::chrono::milliseconds(1);
+    EXPECT_EQ(Run(nullptr, [&] { WalkTop(); }), without);
+    EXPECT_THAT(files.asked, ::testing::Gt(0U));
 }
 
 TEST_F(ReadAhead, FilesOutsideOfTheLimitsAreNotRead) {
