@@ -2,18 +2,26 @@
 .SYNOPSIS
 Scans the machine, or the folders that are named, and writes the report.
 .DESCRIPTION
-Exit code: 0 nothing found, 1 something found, 2 the scan did not run to its end.
+Exit code: 0 nothing found, 1 something found, 2 the scan did not run to its end, 69 the engine is not registered, 73 the
+report can not be written. The report is UTF-16, so that every name is in it.
 .EXAMPLE
 powershell -File nightly-scan.ps1 -DataFolder C:\ProgramData\Scans -Report C:\Reports\tonight.xml
+.EXAMPLE
+powershell -File nightly-scan.ps1 -DataFolder C:\ProgramData\Scans -Report C:\Reports\tonight.xml C:\Users D:\
 #>
 param(
     [Parameter(Mandatory = $true)] [string] $DataFolder,
     [Parameter(Mandatory = $true)] [string] $Report,
-    [string[]] $Folder = @()
+    [Parameter(ValueFromRemainingArguments = $true)] [string[]] $Folder = @()
 )
 $ErrorActionPreference = 'Stop'
 
-$engine = New-Object -ComObject kelThreatEngine.Manager
+try {
+    $engine = New-Object -ComObject kelThreatEngine.Manager
+} catch {
+    'The engine is not registered: kelThreatEngine.exe /RegServer does that.'
+    exit 69
+}
 [void] $engine.Inititalize()
 $scanner = $engine.Scanner
 $scanner.UserDataRootPath = $DataFolder
@@ -34,7 +42,12 @@ foreach ($path in $Folder) {
 
 $complete = $scanner.RunScanEasy()
 $scan = $scanner.Scan
-Set-Content -Path $Report -Value $scan.ScanResultsFull()
+try {
+    Set-Content -LiteralPath $Report -Value $scan.ScanResultsFull() -Encoding Unicode
+} catch {
+    "The report can not be written: $Report"
+    exit 73
+}
 
 "$($scan.ScannedFileCount) files, $($scan.DetectedThreatCount) threats, $($scan.TotalScanTime())"
 foreach ($threat in $scan.DetectedThreats) {

@@ -3,7 +3,8 @@
 '   cscript //nologo nightly-scan.vbs DATA-FOLDER REPORT.xml [FOLDER...]
 '
 ' DATA-FOLDER is where logs, history and quarantine lie. Exit code: 0 nothing found, 1 something found, 2 the scan did not
-' run to its end, 64 wrong arguments.
+' run to its end, 64 wrong arguments, 69 the engine is not registered, 73 the report can not be written. The report is
+' UTF-16, so that every name is in it.
 Option Explicit
 
 Const scandeep = 3
@@ -15,7 +16,13 @@ If arguments.Count < 2 Then
     WScript.Quit 64
 End If
 
+On Error Resume Next
 Set engine = CreateObject("kelThreatEngine.Manager")
+If Err.Number <> 0 Then
+    WScript.Echo "The engine is not registered: kelThreatEngine.exe /RegServer does that."
+    WScript.Quit 69
+End If
+On Error GoTo 0
 engine.Inititalize
 Set scanner = engine.Scanner
 scanner.UserDataRootPath = arguments(0)
@@ -38,9 +45,15 @@ complete = scanner.RunScanEasy
 Set scan = scanner.Scan
 
 Set files = CreateObject("Scripting.FileSystemObject")
-Set report = files.CreateTextFile(arguments(1), True)
+On Error Resume Next
+Set report = files.CreateTextFile(arguments(1), True, True)
 report.Write scan.ScanResultsFull
 report.Close
+If Err.Number <> 0 Then
+    WScript.Echo "The report can not be written: " & arguments(1)
+    WScript.Quit 73
+End If
+On Error GoTo 0
 
 WScript.Echo scan.ScannedFileCount & " files, " & scan.DetectedThreatCount & " threats, " & scan.TotalScanTime
 For i = 1 To scan.DetectedThreatCount

@@ -4,7 +4,7 @@
 //   cscript //nologo quarantine.js DATA-FOLDER restore IDENTIFIER
 //   cscript //nologo quarantine.js DATA-FOLDER destroy IDENTIFIER
 //
-// Exit code: 0 done, 1 it failed, 64 wrong arguments.
+// Exit code: 0 done, 1 it failed, 64 wrong arguments, 69 the engine is not registered.
 var errNone = 0;
 
 function usage() {
@@ -30,7 +30,13 @@ function main(given) {
     if (given.length < 2) {
         return usage();
     }
-    var engine = new ActiveXObject("kelThreatEngine.Manager");
+    var engine;
+    try {
+        engine = new ActiveXObject("kelThreatEngine.Manager");
+    } catch (e) {
+        WScript.Echo("The engine is not registered: kelThreatEngine.exe /RegServer does that.");
+        return 69;
+    }
     engine.Inititalize();
     engine.Scanner.UserDataRootPath = given(0);
     // Opens the quarantine.

@@ -1,18 +1,28 @@
 <#
 .SYNOPSIS
-Lists what is in the quarantine as objects, or puts a threat back.
+Lists what is in the quarantine as objects, puts a threat back, or removes it for good.
+.DESCRIPTION
+Exit code: 0 done, 1 it failed, 69 the engine is not registered.
 .EXAMPLE
 powershell -File quarantine.ps1 -DataFolder C:\ProgramData\Scans
 .EXAMPLE
 powershell -File quarantine.ps1 -DataFolder C:\ProgramData\Scans -Restore 1B2C3D4E-0000-4000-8000-0000
+.EXAMPLE
+powershell -File quarantine.ps1 -DataFolder C:\ProgramData\Scans -Destroy 1B2C3D4E-0000-4000-8000-0000
 #>
 param(
     [Parameter(Mandatory = $true)] [string] $DataFolder,
-    [string] $Restore
+    [string] $Restore,
+    [string] $Destroy
 )
 $ErrorActionPreference = 'Stop'
 
-$engine = New-Object -ComObject kelThreatEngine.Manager
+try {
+    $engine = New-Object -ComObject kelThreatEngine.Manager
+} catch {
+    'The engine is not registered: kelThreatEngine.exe /RegServer does that.'
+    exit 69
+}
 [void] $engine.Inititalize()
 $engine.Scanner.UserDataRootPath = $DataFolder
 # Opens the quarantine.
@@ -26,6 +36,14 @@ if ($Restore) {
         exit 1
     }
     "restored $Restore"
+    exit 0
+}
+if ($Destroy) {
+    if (-not ($quarantine.QuarantineThreatIDExists($Destroy) -and $quarantine.DestroyThreat($Destroy))) {
+        "not destroyed $Destroy"
+        exit 1
+    }
+    "destroyed $Destroy"
     exit 0
 }
 foreach ($threat in $quarantine.GetQuarantineThreats()) {

@@ -3,7 +3,7 @@
 '   cscript //nologo scan-and-quarantine.vbs DATA-FOLDER FOLDER...
 '
 ' Exit code: 0 nothing is left, 1 a threat could not be removed, 3 the machine has to be started again to finish, 64 wrong
-' arguments.
+' arguments, 69 the engine is not registered.
 Option Explicit
 
 Const scandeep = 3
@@ -16,7 +16,13 @@ If arguments.Count < 2 Then
     WScript.Quit 64
 End If
 
+On Error Resume Next
 Set engine = CreateObject("kelThreatEngine.Manager")
+If Err.Number <> 0 Then
+    WScript.Echo "The engine is not registered: kelThreatEngine.exe /RegServer does that."
+    WScript.Quit 69
+End If
+On Error GoTo 0
 engine.Inititalize
 Set scanner = engine.Scanner
 scanner.UserDataRootPath = arguments(0)
