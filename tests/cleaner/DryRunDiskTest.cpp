@@ -132,12 +132,7 @@ private:
         detected->Threat->ThreatName = "Evil";
         detected->ThreatLocationFiles->Add(std::make_shared<ThreatLocationFile>(ProgramPath));
         for (const platform::Hive hive : {HiveLocalMachine, HiveCurrentUser}) {
-            const auto location = std::make_shared<ThreatLocationRegKey>();
-            location->RegHive = hive;
-            location->Regkey = Key;
-            location->RegValueName = "Name";
-            location->RegValueData = "Data";
-            detected->ThreatLocationRegKeys->Add(location);
+            detected->ThreatLocationRegKeys->Add(std::make_shared<ThreatLocationRegKey>(hive, Key, "Name", "Data"));
         }
         scan->DetectedThreats()->Add(detected, "ThreatID:7");
         return scan;
