@@ -29,11 +29,14 @@ int NextByte(std::FILE* stream) {
     const int file = fileno(stream);
     while (!Interrupt::Requested()) {
         pollfd waiting{file, POLLIN, 0};
-        if (::poll(&waiting, 1, -1) < 0) {
-            if (errno == EINTR) {
-                continue;
-            }
+        // Not for ever: a signal that comes between the look at the flag and the waiting would be missed.
+        constexpr int Milliseconds = 200;
+        const int ready = ::poll(&waiting, 1, Milliseconds);
+        if (ready < 0 && errno != EINTR) {
             return -1;
+        }
+        if (ready <= 0) {
+            continue;
         }
         unsigned char byte = 0;
         return ::read(file, &byte, 1) == 1 ? byte : -1;
@@ -53,7 +56,8 @@ bool Ask(const Streams& streams, const std::string& question) {
     std::fputs(question.c_str(), streams.err);
     std::fflush(streams.err);
     std::string answer;
-    for (int byte = 0; (byte = NextByte(streams.in)) >= 0 && byte != '\n';) {
+    int byte = 0;
+    while ((byte = NextByte(streams.in)) >= 0 && byte != '\n') {
         if (byte >= 'A' && byte <= 'Z') {
             byte += 'a' - 'A';
         }
@@ -61,7 +65,8 @@ bool Ask(const Streams& streams, const std::string& question) {
             answer.push_back(static_cast<char>(byte));
         }
     }
-    return answer == "y" || answer == "yes";
+    // What was typed before an interruption or the end of the input was not sent off.
+    return byte == '\n' && (answer == "y" || answer == "yes");
 }
 
 }  // namespace kel::frontend

@@ -283,7 +283,10 @@ CleanSummaryRecord Run::Clean(bool complete) {
         summary = cleaning.Skip(orders, options_.destroy, "the scan was interrupted by the user");
         summary.interrupted = true;
     } else if (!orders.empty() && !options_.yes && !options_.dryRun && !MayRemove(orders, options_, streams_)) {
-        summary = cleaning.Skip(orders, options_.destroy, "not wanted by the user");
+        const bool interrupted = Interrupt::Requested();
+        summary =
+            cleaning.Skip(orders, options_.destroy, interrupted ? "interrupted by the user" : "not wanted by the user");
+        summary.interrupted = interrupted;
     } else {
         summary = cleaning.Clean(scan_->ScanID, scan_->DetectedThreats(), orders, options_.destroy);
     }

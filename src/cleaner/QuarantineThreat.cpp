@@ -53,6 +53,13 @@ std::string Described(std::string_view name, std::int32_t threatID) {
     return std::string(name).append(" (ID:").append(Text(threatID)).append(")");
 }
 
+// What waits for its record does not go with that of the next threat.
+void DropChanges() {
+    if (!platform::Current().can.live) {
+        ResumeNext([] { platform::Current().registry->Discard(); });
+    }
+}
+
 // What was changed in the registry of a machine that does not run goes there only with its record.
 void CommitRecorded(std::int32_t threatID, bool recorded) {
     if (platform::Current().can.live) {
@@ -60,6 +67,7 @@ void CommitRecorded(std::int32_t threatID, bool recorded) {
     }
     Trap(Module, Procedure, [&] {
         if (!recorded) {
+            DropChanges();
             Raise(ErrPathFileAccess,
                   "The registry was not written because its record was not, ThreatID=" + Text(threatID));
         }
@@ -250,6 +258,8 @@ enCleanerErrors Cleaner::QuarantineThreat(std::int32_t ThreatID, bool ForceDestr
     });
     if (storing) {
         work.Store();
+    } else {
+        DropChanges();
     }
     return work.result;
 }

@@ -138,6 +138,62 @@ TEST_F(Page, AThreatThatTheCatalogueDoesNotKnowIsNamedByItsNumber) {
     ExpectInOrder({"<header class=\"l0\">", "Threat 77", "Unknown risk", "The catalogue of threats says nothing"});
 }
 
+TEST_F(Page, WithACleanItIsWrittenBehindItAndTellsOfEachThreat) {
+    StartRecord start;
+    start.cleans = true;
+    Sink().Start(start);
+    Sink().Finding(Found(7, 2, "file", "C:\\a.exe"));
+    Sink().Summary(Counts(1, 1));
+    EXPECT_EQ(Text(), "") << "the clean is still to come";
+    Sink().CleanStart({});
+    CleanRecord gone;
+    gone.threat = 7;
+    gone.name = "Example.<7>";
+    gone.quarantine = "AB-12";
+    gone.items = {{"file", "C:\\<a>.exe", CleanItem::Result::Removed}, {"folder", "C:\\b", CleanItem::Result::Left}};
+    gone.result = CleanRecord::Result::Partial;
+    gone.reason = "not everything could be removed";
+    Sink().Cleaned(gone);
+    CleanRecord skipped;
+    skipped.threat = 8;
+    skipped.result = CleanRecord::Result::Skipped;
+    skipped.reason = "interrupted by the user";
+    Sink().Cleaned(skipped);
+    CleanSummaryRecord summary;
+    summary.partial = 1;
+    summary.skipped = 1;
+    summary.removed = 1;
+    summary.left = 1;
+    summary.interrupted = true;
+    summary.nextStart = true;
+    Sink().CleanSummary(summary);
+    ExpectInOrder(
+        {"What this program has removed stands below.", "<h2>What was removed</h2>",
+         "<p>0 threats removed, 1 location in all; 1 in part</p>",
+         "<p>What is left is removed at the next start of the machine</p>",
+         "<p>Interrupted by the user: what was begun is done, the rest was left alone</p>",
+         "Example.&lt;7&gt;  (threat 7): is in the quarantine in part as AB-12: not everything could be removed",
+         "<li>removed: <code>C:\\&lt;a&gt;.exe</code></li>", "<li>left: <code>C:\\b</code></li>",
+         "(threat 8): left alone: interrupted by the user"});
+    EXPECT_THAT(Text(), Not(HasSubstr("<a>.exe")));
+}
+
+TEST_F(Page, ADryRunOfACleanListsTheWrites) {
+    StartRecord start;
+    start.cleans = true;
+    Sink().Start(start);
+    Sink().Finding(Found(7, 2, "file", "C:\\a.exe"));
+    Sink().Summary(Counts(1, 1));
+    Sink().Write({"file_removed", "C:\\<a>.exe", "", "would delete C:\\<a>.exe"});
+    CleanSummaryRecord summary;
+    summary.cleaned = 1;
+    summary.dryRun = true;
+    Sink().CleanSummary(summary);
+    ExpectInOrder({"This program has removed nothing.", "<p>1 threat would be removed, 0 locations in all</p>",
+                   "<p>This was a dry run: nothing was changed</p>", "<h2>What would have been written</h2>",
+                   "would delete C:\\&lt;a&gt;.exe"});
+}
+
 TEST_F(Page, OfALongListTheRestIsFolded) {
     Sink().Start({});
     for (int number = 0; number < 60; ++number) {

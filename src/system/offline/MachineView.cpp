@@ -1,9 +1,12 @@
 #include "offline/MachineView.h"
 
+#include <fcntl.h>
 #include <sys/statvfs.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <fstream>
 #include <map>
 
@@ -163,6 +166,9 @@ void MachineView::Impl::RefuseUnwritable(const DriveMapping& drive) const {
     struct statvfs volume {};
     if (::statvfs(drive.folder.c_str(), &volume) == 0 && (volume.f_flag & ST_RDONLY) != 0) {
         throw OpenError(drive.folder.string() + " is mounted read-only");
+    }
+    if (::faccessat(AT_FDCWD, drive.folder.c_str(), W_OK, AT_EACCESS) != 0 && errno == EACCES) {
+        throw OpenError(drive.folder.string() + " can't be written by this user");
     }
     const auto image = hostPath(std::string(1, drive.letter) + ":\\hiberfil.sys");
     std::string sign(4, '\0');

@@ -1,19 +1,24 @@
 // Cleans that must not begin: nobody to ask, a machine in use, asleep or not to be written.
 #include <fcntl.h>
 #include <gmock/gmock.h>
+#include <sched.h>
 #include <signal.h>
+#include <sys/mount.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <csignal>
 #include <cstdio>
 #include <fstream>
 
 #include "../CapturedStream.h"
 #include "../PseudoTerminal.h"
 #include "CleanRun.h"
+#include "HostCalls.h"
 #include "frontend/CommandLine.h"
 #include "frontend/ExitCodes.h"
+#include "frontend/Question.h"
 
 namespace kel::test {
 namespace {
@@ -77,6 +82,41 @@ TEST_F(RefusedClean, AnythingButYesLeavesEverything) {
     EXPECT_THAT(Records(), IsEmpty());
 }
 
+TEST_F(RefusedClean, AnInterruptionAtTheQuestionIsNoAnswer) {
+    const auto before = Snapshot(Machine());
+    const PseudoTerminal screen(120);
+    screen.Type("y");
+    const CapturedStream out;
+    HostCalls calls;
+    // The question is asked behind the scan's own words, with which its results end.
+    calls.onWrite = [&](std::string_view text) {
+        if (text.find("clean_start") != std::string_view::npos) {
+            std::raise(SIGINT);
+        }
+    };
+    Outcome outcome;
+    outcome.code = frontend::Run({"scan", "--machine", Machine().string(), "--data", Data().string(), "--user-data",
+                                  UserData().string(), "--quarantine", "--no-progress", "--format", "jsonl"},
+                                 {out.File(), screen.File(), screen.File()});
+    outcome.out = out.Text();
+    EXPECT_EQ(outcome.code, frontend::ExitIncomplete);
+    EXPECT_EQ(Objects(outcome, "clean").at(0).at("result"), "skipped");
+    EXPECT_EQ(Objects(outcome, "clean").at(0).at("reason"), "interrupted by the user");
+    EXPECT_EQ(Objects(outcome, "clean_summary").at(0).at("interrupted"), true);
+    EXPECT_EQ(Snapshot(Machine()), before);
+}
+
+TEST_F(RefusedClean, AnAnswerThatWasNotSentOffIsNone) {
+    for (const bool sent : {false, true}) {
+        const CapturedStream answer;
+        std::fputs(sent ? "Yes\n" : "Yes", answer.File());
+        std::rewind(answer.File());
+        const CapturedStream question;
+        EXPECT_EQ(frontend::Ask({nullptr, question.File(), answer.File()}, "Go on? "), sent);
+        EXPECT_EQ(question.Text(), "Go on? ");
+    }
+}
+
 TEST_F(RefusedClean, TheProgressNamesStagesAndItems) {
     const Outcome outcome = Asked("YES\n");
     EXPECT_EQ(outcome.code, ExitThreats);
@@ -99,6 +139,68 @@ TEST_F(RefusedClean, ASleepingWindowsAndADriveThatSleepsAreRefusedByName) {
     EXPECT_THAT(drive.err, HasSubstr(disk + " is hibernated"));
     EXPECT_FALSE(std::filesystem::exists(UserData()));
     EXPECT_EQ(Scan({"--drive", "D=" + disk}).code, ExitThreats) << "looking is allowed";
+}
+
+// What a process of its own may be given: mounts that nobody else sees, another user.
+class UnwritableClean : public RefusedClean {
+protected:
+    UnwritableClean() {
+        std::filesystem::permissions(Root(), std::filesystem::perms(0755));
+        Folder("user");
+        std::filesystem::permissions(UserData(), std::filesystem::perms(0777));
+    }
+    ~UnwritableClean() override { std::filesystem::permissions(Machine(), std::filesystem::perms(0755)); }
+
+    static constexpr int CannotBeHad = 77;
+    /// Scans and cleans in such a process, which `prepare` makes; false when it can't be had.
+    template <class Prepare>
+    bool Refused(const std::string& expected, const Prepare& prepare) const {
+        const auto before = Snapshot(Machine());
+        const pid_t child = ::fork();
+        if (child == 0) {
+            if (!prepare()) {
+                ::_exit(CannotBeHad);
+            }
+            const Outcome clean = Clean();
+            const bool named = clean.err.find(expected) != std::string::npos;
+            if (!named) {
+                std::fprintf(stderr, "%s\n", clean.err.c_str());
+            }
+            ::_exit(named && Scan().code == ExitThreats ? clean.code : -1);
+        }
+        int status = 0;
+        EXPECT_EQ(::waitpid(child, &status, 0), child);
+        EXPECT_EQ(Snapshot(Machine()), before);
+        if (WIFEXITED(status) && WEXITSTATUS(status) == CannotBeHad) {
+            return false;
+        }
+        EXPECT_TRUE(WIFEXITED(status));
+        EXPECT_EQ(WEXITSTATUS(status), ExitNoInput);
+        EXPECT_FALSE(std::filesystem::exists(UserData() / "Quarantine"));
+        return true;
+    }
+};
+
+TEST_F(UnwritableClean, AMachineThatIsMountedReadOnlyIsRefusedByName) {
+    const std::string machine = Machine().string();
+    const auto mounts = [&] {
+        const char* path = machine.c_str();
+        return ::unshare(CLONE_NEWNS) == 0 && ::mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
+               ::mount(path, path, nullptr, MS_BIND, nullptr) == 0 &&
+               ::mount(nullptr, path, nullptr, MS_BIND | MS_REMOUNT | MS_RDONLY, nullptr) == 0;
+    };
+    if (!Refused(machine + " is mounted read-only", mounts)) {
+        GTEST_SKIP() << "no mounts of one's own on this host";
+    }
+}
+
+TEST_F(UnwritableClean, AFolderThatTheUserMayNotChangeIsRefusedByName) {
+    std::filesystem::permissions(Machine(), std::filesystem::perms(0555));
+    const auto nobody = [] {
+        constexpr uid_t Nobody = 65534;
+        return ::geteuid() != 0 || ::seteuid(Nobody) == 0;
+    };
+    EXPECT_TRUE(Refused(Machine().string() + " can't be written by this user", nobody));
 }
 
 // A Wine prefix whose server runs: a process of the test's own holds the lock as servers do.
