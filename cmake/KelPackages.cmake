@@ -12,23 +12,29 @@ it right again: live on Windows, and offline on Linux over a mounted disk or a W
 set(CPACK_STRIP_FILES ON)
 set(CPACK_VERBATIM_VARIABLES ON)
 
+# What the packages hold is built by the target kel_packaged; cpack does not build the tests.
+set(CMAKE_SKIP_INSTALL_ALL_DEPENDENCY ON)
+add_custom_target(kel_packaged)
+
 # kel_install_programs(DESTINATION TARGET...): those of the targets that this build has.
 function(kel_install_programs destination)
   foreach(program ${ARGN})
     if(TARGET ${program})
       install(TARGETS ${program} RUNTIME DESTINATION ${destination})
+      add_dependencies(kel_packaged ${program})
     endif()
   endforeach()
 endfunction()
 
-set(documents automation.md companions.md durability.md hives.md kelsdb.md offline.md ombrelane.md reports.md windows.md)
+set(documents automation.md companions.md durability.md hives.md kelsdb.md offline.md ombrelane.md packages.md reports.md windows.md)
 list(TRANSFORM documents PREPEND ${CMAKE_SOURCE_DIR}/docs/)
 
 if(WIN32)
   kel_install_programs(. kelThreatEngine kelASCleaner kvASThreatAuditpk ombrelane kelsdb)
   install(FILES ${CMAKE_SOURCE_DIR}/packaging/windows/register.cmd ${CMAKE_SOURCE_DIR}/packaging/windows/unregister.cmd
                 ${CMAKE_SOURCE_DIR}/packaging/windows/README.txt DESTINATION .)
-  install(DIRECTORY ${KEL_SAMPLE_TABLES}/ DESTINATION tables OPTIONAL)
+  # The engine looks for its tables beside its program.
+  install(DIRECTORY ${KEL_SAMPLE_TABLES}/ DESTINATION . OPTIONAL)
   install(DIRECTORY ${CMAKE_SOURCE_DIR}/examples DESTINATION . OPTIONAL)
   install(FILES ${documents} DESTINATION docs OPTIONAL)
   set(CPACK_GENERATOR ZIP)
@@ -57,6 +63,7 @@ else()
     list(APPEND pages ${outputs})
   endforeach()
   add_custom_target(kel_manuals ALL DEPENDS ${pages})
+  add_dependencies(kel_packaged kel_manuals)
   install(DIRECTORY ${man}/ DESTINATION share/man/man1)
   install(DIRECTORY ${bash}/ DESTINATION share/bash-completion/completions)
   install(DIRECTORY ${zsh}/ DESTINATION share/zsh/vendor-completions)

@@ -127,6 +127,9 @@ void RegisterBare(const char* program) {
 
 // What a call by number costs in the engine's own code, without the way between the processes.
 void TimeOwnCode(double secondsAcross) {
+    const EngineScope engine;
+    windows::WindowsPlatform machine;
+    const platform::PlatformScope installed(machine.View());
     const auto scan = automation::Wrap(std::make_shared<kel::Scan>()).As<IDispatch>();
     constexpr int calls = 200000;
     double best = 1e9;

@@ -10,6 +10,7 @@ public:
     explicit ClassFactory(const CreatableClass& made) : made_(made) {}
     ClassFactory(const ClassFactory&) = delete;
     ClassFactory& operator=(const ClassFactory&) = delete;
+    virtual ~ClassFactory() = default;
 
     STDMETHODIMP QueryInterface(REFIID id, void** out) override {
         if (out == nullptr) {
@@ -47,8 +48,6 @@ public:
     STDMETHODIMP LockServer(BOOL) override { return S_OK; }
 
 private:
-    ~ClassFactory() = default;
-
     ULONG references_ = 1;
     const CreatableClass& made_;
 };

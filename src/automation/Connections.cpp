@@ -36,6 +36,7 @@ public:
         : sinks_(std::move(sinks)), owner_(owner) {}
     ConnectionPoint(const ConnectionPoint&) = delete;
     ConnectionPoint& operator=(const ConnectionPoint&) = delete;
+    virtual ~ConnectionPoint() = default;
 
     STDMETHODIMP QueryInterface(REFIID id, void** out) override {
         if (out == nullptr) {
@@ -98,8 +99,6 @@ public:
     }
 
 private:
-    ~ConnectionPoint() = default;
-
     ULONG references_ = 1;
     std::shared_ptr<SinkList> sinks_;
     ComPtr<IConnectionPointContainer> owner_;
@@ -184,7 +183,7 @@ void KeepSinks(const std::shared_ptr<void>& thing, const std::shared_ptr<SinkLis
 }
 
 HRESULT ListConnectionPoints(IEnumConnectionPoints** out, const std::shared_ptr<SinkList>& sinks,
-                             IConnectionPointContainer* owner) noexcept {
+                             IConnectionPointContainer* owner) {
     if (out == nullptr) {
         return E_POINTER;
     }
@@ -200,7 +199,7 @@ HRESULT ListConnectionPoints(IEnumConnectionPoints** out, const std::shared_ptr<
 }
 
 HRESULT FindConnections(REFIID id, IConnectionPoint** out, const std::shared_ptr<SinkList>& sinks,
-                        IConnectionPointContainer* owner) noexcept {
+                        IConnectionPointContainer* owner) {
     if (out == nullptr) {
         return E_POINTER;
     }

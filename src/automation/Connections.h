@@ -80,8 +80,8 @@ std::shared_ptr<SinkList> SinksOf(const std::shared_ptr<Engine>& thing, const II
 
 // What IConnectionPointContainer answers. `sinks` null: no events.
 HRESULT ListConnectionPoints(IEnumConnectionPoints** out, const std::shared_ptr<SinkList>& sinks,
-                             IConnectionPointContainer* owner) noexcept;
+                             IConnectionPointContainer* owner);
 HRESULT FindConnections(REFIID id, IConnectionPoint** out, const std::shared_ptr<SinkList>& sinks,
-                        IConnectionPointContainer* owner) noexcept;
+                        IConnectionPointContainer* owner);
 
 }  // namespace kel::automation

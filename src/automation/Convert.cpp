@@ -45,7 +45,7 @@ Variant Variant::Missing() {
 
 BSTR ToBstr(std::string_view text) {
     const std::wstring wide = windows::Widen(text);
-    const BSTR made = ::SysAllocStringLen(wide.data(), static_cast<UINT>(wide.size()));
+    BSTR made = ::SysAllocStringLen(wide.data(), static_cast<UINT>(wide.size()));
     if (made == nullptr) {
         throw std::bad_alloc();
     }

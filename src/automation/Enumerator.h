@@ -38,6 +38,7 @@ public:
     explicit Enumerator(EnumeratedList<Item> list, ULONG next = 0) : list_(std::move(list)), next_(next) {}
     Enumerator(const Enumerator&) = delete;
     Enumerator& operator=(const Enumerator&) = delete;
+    virtual ~Enumerator() = default;
 
     STDMETHODIMP QueryInterface(REFIID id, void** out) override {
         if (out == nullptr) {
@@ -106,8 +107,6 @@ public:
     }
 
 private:
-    ~Enumerator() = default;
-
     ULONG references_ = 1;
     EnumeratedList<Item> list_;
     ULONG next_;

@@ -10,12 +10,16 @@ namespace kel::automation {
 
 /// The columns of a table.
 struct RecordsetFields {
+    explicit RecordsetFields(std::shared_ptr<kel::Recordset> given) : table(std::move(given)) {}
+
     std::shared_ptr<kel::Recordset> table;
 };
 /// One of them.
 struct RecordsetField {
+    RecordsetField(std::shared_ptr<kel::Recordset> given, std::size_t at) : table(std::move(given)), position(at) {}
+
     std::shared_ptr<kel::Recordset> table;
-    std::size_t position = 0;
+    std::size_t position;
 
     [[nodiscard]] const FieldDefinition& Definition() const { return table->Field(position); }
 };

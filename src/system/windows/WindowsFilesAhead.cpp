@@ -26,18 +26,21 @@ std::uint64_t Whole(DWORD high, DWORD low) {
     return static_cast<std::uint64_t>(high) << 32 | low;
 }
 
-// The time of the last change of any kind; 0 where the system keeps none, or does not tell.
-std::uint64_t ChangeTime(HANDLE file) {
-    using Function = BOOL(WINAPI*)(HANDLE, FILE_INFO_BY_HANDLE_CLASS, void*, DWORD);
-    static const auto get = Import<Function>("kernel32.dll", "GetFileInformationByHandleEx");
-    FILE_BASIC_INFO basic{};
-    if (get == nullptr || get(file, FileBasicInfo, &basic, sizeof basic) == FALSE) {
-        return 0;
-    }
-    return static_cast<std::uint64_t>(basic.ChangeTime.QuadPart);
-}
+// What the system's own call gives, where there is one: the time of the last change of any kind is in no other, and the
+// documented one asks for the volume each time, which can take longer than the file.
+struct NetworkOpen {
+    LARGE_INTEGER creation, access, written, changed, allocated, size;
+    ULONG attributes;
+};
+struct StatusBlock {
+    void* status;
+    ULONG_PTR information;
+};
+using QueryFunction = LONG(WINAPI*)(HANDLE, StatusBlock*, void*, ULONG, int);
+constexpr int InternalClass = 6;
+constexpr int NetworkOpenClass = 34;
 
-Result<FileStamp> StampOf(HANDLE file) {
+Result<FileStamp> StampByHandle(HANDLE file) {
     BY_HANDLE_FILE_INFORMATION information{};
     if (::GetFileInformationByHandle(file, &information) == FALSE) {
         return LastError();
@@ -45,10 +48,26 @@ Result<FileStamp> StampOf(HANDLE file) {
     if ((information.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0) {
         return SysError::AccessDenied;
     }
-    return FileStamp{information.dwVolumeSerialNumber, Whole(information.nFileIndexHigh, information.nFileIndexLow),
+    return FileStamp{0, Whole(information.nFileIndexHigh, information.nFileIndexLow),
                      Whole(information.nFileSizeHigh, information.nFileSizeLow),
-                     Whole(information.ftLastWriteTime.dwHighDateTime, information.ftLastWriteTime.dwLowDateTime),
-                     ChangeTime(file)};
+                     Whole(information.ftLastWriteTime.dwHighDateTime, information.ftLastWriteTime.dwLowDateTime), 0};
+}
+
+// Without the volume: the path, its drive included, is the same for all stamps that are compared.
+Result<FileStamp> StampOf(HANDLE file) {
+    static const auto query = Import<QueryFunction>("ntdll.dll", "NtQueryInformationFile");
+    StatusBlock block{};
+    NetworkOpen opened{};
+    LARGE_INTEGER index{};
+    if (query == nullptr || query(file, &block, &opened, sizeof opened, NetworkOpenClass) != 0 ||
+        query(file, &block, &index, sizeof index, InternalClass) != 0) {
+        return StampByHandle(file);
+    }
+    if ((opened.attributes & FILE_ATTRIBUTE_DIRECTORY) != 0) {
+        return SysError::AccessDenied;
+    }
+    const auto unsign = [](const LARGE_INTEGER& number) { return static_cast<std::uint64_t>(number.QuadPart); };
+    return FileStamp{0, unsign(index), unsign(opened.size), unsign(opened.written), unsign(opened.changed)};
 }
 
 // Whether a further change would give the file other times: the last one is longer ago than a tick of the system, or
