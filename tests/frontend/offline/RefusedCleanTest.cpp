@@ -18,6 +18,7 @@
 #include "HostCalls.h"
 #include "frontend/CommandLine.h"
 #include "frontend/ExitCodes.h"
+#include "frontend/Interrupt.h"
 #include "frontend/Question.h"
 
 namespace kel::test {
@@ -107,6 +108,7 @@ TEST_F(RefusedClean, AnInterruptionAtTheQuestionIsNoAnswer) {
 }
 
 TEST_F(RefusedClean, AnAnswerThatWasNotSentOffIsNone) {
+    const frontend::Interrupt none;
     for (const bool sent : {false, true}) {
         const CapturedStream answer;
         std::fputs(sent ? "Yes\n" : "Yes", answer.File());
