@@ -155,6 +155,10 @@ Result<std::unique_ptr<platform::Find>> OfflineFiles::Enumerate(std::string_view
         const auto folder = resolver_.FolderAt(pattern.substr(0, pattern.size() - AllOf.size() + 1));
         const auto listing = folder ? folder->List() : SysError::PathNotFound;
         if (listing) {
+            // One that tells its names and nothing else of them is no folder to walk.
+            if (faccessat(folder->Fd(), ".", X_OK, AT_EACCESS) != 0) {
+                return FromErrno(errno);
+            }
             return First(std::make_unique<PatternFind>(folder, *listing, FindPattern("*.*"), folder->IsRoot(), detail),
                          first);
         }
