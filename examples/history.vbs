@@ -30,8 +30,8 @@ Sub List(scans)
     Do Until scans.EOF
         found = scans("DetectedProcessCount") + scans("DetectedFileCount") + scans("DetectedRegistryCount") + _
             scans("DetectedCookieCount")
-        WScript.Echo scans("ScanID") & "  " & scans("StartDate") & "  " & scans("ScannedFileCount") & " files, " & found & _
-            " locations found " & scans("AbortReason")
+        WScript.Echo scans("ScanID") & "  " & scans("StartDate") & "  " & scans("ScannedFileCount") & " files, " & _
+            found & " locations found " & scans("AbortReason")
         scans.MoveNext
     Loop
     WScript.Echo scans.RecordCount & " scans"

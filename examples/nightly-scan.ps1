@@ -2,8 +2,8 @@
 .SYNOPSIS
 Scans the machine, or the folders that are named, and writes the report.
 .DESCRIPTION
-Exit code: 0 nothing found, 1 something found, 2 the scan did not run to its end, 69 the engine is not registered, 73 the
-report can not be written. The report is UTF-16, so that every name is in it.
+Exit code: 0 nothing found, 1 something found, 2 the scan did not run to its end, 69 the engine is not registered, 73
+the report can not be written. The report is UTF-16, so that every name is in it.
 .EXAMPLE
 powershell -File nightly-scan.ps1 -DataFolder C:\ProgramData\Scans -Report C:\Reports\tonight.xml
 .EXAMPLE

@@ -2,9 +2,9 @@
 '
 '   cscript //nologo nightly-scan.vbs DATA-FOLDER REPORT.xml [FOLDER...]
 '
-' DATA-FOLDER is where logs, history and quarantine lie. Exit code: 0 nothing found, 1 something found, 2 the scan did not
-' run to its end, 64 wrong arguments, 69 the engine is not registered, 73 the report can not be written. The report is
-' UTF-16, so that every name is in it.
+' DATA-FOLDER is where logs, history and quarantine lie. The report is UTF-16, so that every name is in it. Exit code:
+' 0 nothing found, 1 something found, 2 the scan did not run to its end, 64 wrong arguments, 69 the engine is not
+' registered, 73 the report can not be written.
 Option Explicit
 
 Const scandeep = 3

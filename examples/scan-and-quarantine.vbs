@@ -2,8 +2,8 @@
 '
 '   cscript //nologo scan-and-quarantine.vbs DATA-FOLDER FOLDER...
 '
-' Exit code: 0 nothing is left, 1 a threat could not be removed, 3 the machine has to be started again to finish, 64 wrong
-' arguments, 69 the engine is not registered.
+' Exit code: 0 nothing is left, 1 a threat could not be removed, 3 the machine has to be started again to finish, 64
+' wrong arguments, 69 the engine is not registered.
 Option Explicit
 
 Const scandeep = 3

@@ -18,7 +18,8 @@ scanner.AddScanDriveAndPath(WScript.Arguments(1));
 scanner.OptScanDepth = 3;
 scanner.DoDriveScan = true;
 WScript.ConnectObject(scanner.Scan.Callback, "Watch_");
-WScript.Echo("run: " + (scanner.RunScanEasy() ? "yes" : "no") + ", aborted: " + aborted + " " + scanner.Scan.AbortReason);
+WScript.Echo("run: " + (scanner.RunScanEasy() ? "yes" : "no") + ", aborted: " + aborted + " " +
+    scanner.Scan.AbortReason);
 WScript.Echo("locations: " + locations + " of " + scanner.Scan.ScannedFileCount);
 WScript.Echo("end of the events");
 WScript.Quit(9);

@@ -83,7 +83,8 @@ WScript.Echo "back: " & manager.Quarantine.RestoreThreat(id) & ", and in silence
 Clear
 stopAfter = 2
 Set scan = NewScan()
-WScript.Echo "stopped: " & YesNo(Not scanner.RunScanEasy()) & " after " & asked & ", told" & aborted & ", reason" & scan.AbortReason
+WScript.Echo "stopped: " & YesNo(Not scanner.RunScanEasy()) & " after " & asked & ", told" & aborted & _
+    ", reason" & scan.AbortReason
 
 WScript.Echo "end of the events"
 WScript.Quit 8

@@ -1,4 +1,4 @@
-// The whole road of a client, in JScript: page.js USERDATA. Prints one line for each thing it saw; page.vbs prints the same.
+// The whole road of a client, in JScript: page.js USERDATA. Prints what it saw; page.vbs prints the same.
 // Written from docs/automation.md alone: what that page does not tell, this script does not know.
 var files = new ActiveXObject("Scripting.FileSystemObject");
 var shell = new ActiveXObject("WScript.Shell");
@@ -57,9 +57,12 @@ function sayThreats(scan) {
         seen.push(id + " " + threat.Threat.ThreatName + ", type " + threat.ScanType + ", level " + threat.OptionLevel +
             ", action " + threat.DetectedThreatAction + ", of this scan " + yesNo(threat.ScanID == scan.ScanID));
         each(threat.ThreatLocationFiles, function (place) {
-            seen.push(id + " file " + lower(place.DetectedFilePath) + " " + lower(place.MD5) + " level " + place.OptionLevel);
+            seen.push(id + " file " + lower(place.DetectedFilePath) + " " + lower(place.MD5) + " level " +
+                place.OptionLevel);
         });
-        each(threat.ThreatLocationFolders, function (place) { seen.push(id + " folder " + lower(place.DetectedFolderPath)); });
+        each(threat.ThreatLocationFolders, function (place) {
+            seen.push(id + " folder " + lower(place.DetectedFolderPath));
+        });
         each(threat.ThreatLocationCookies, function (place) {
             seen.push(id + " cookie " + place.Cookie + " " + yesNo(files.FileExists(place.DetectedFilePath)));
         });
@@ -96,7 +99,8 @@ var manager = new ActiveXObject("kelThreatEngine.Manager");
 say("initialised", yesNo(manager.Inititalize(1, 1)) + " " + yesNo(manager.IsInititalized()) + " " +
     manager.CurrentLanguage + " " + manager.CurrentVersionType);
 // Some hosts leave a NUL at the end of the expanded text.
-say("user", yesNo(manager.UserName != "" && shell.ExpandEnvironmentStrings("%USERNAME%").indexOf(manager.UserName) == 0));
+say("user", yesNo(manager.UserName != "" &&
+    shell.ExpandEnvironmentStrings("%USERNAME%").indexOf(manager.UserName) == 0));
 say("administrator", yesNo(manager.HasAdminPermission));
 var scanner = manager.Scanner;
 say("before", yesNo(scanner.Scan == null) + " state " + scanner.ScannerState);
@@ -128,7 +132,8 @@ manager.Settings.Delete("name");
 // ---- single questions, and the scan
 scanner.InitializeScan();
 say("questions", scanner.MD5ThreatExists("b48fe358795db0995c20ddec472f8725") + " " +
-    scanner.FilePathThreatExists("%windows%\\compass.ini") + " " + scanner.CookieThreatExists("crumbtrail.example") + " " +
+    scanner.FilePathThreatExists("%windows%\\compass.ini") + " " +
+    scanner.CookieThreatExists("crumbtrail.example") + " " +
     scanner.FolderThreatExists("%program_files%\\bannerbird") + " " +
     scanner.IsFileThreat("C:\\downloads\\ink.exe", "", 3) + " " + scanner.IsFolderThreat("C:\\windows") + " " +
     scanner.FileThreatExists("ink.exe"));
@@ -196,18 +201,24 @@ say("run value", runValue());
 // ---- quarantine
 var quarantine = manager.Quarantine, listed = [];
 say("quarantine", quarantine.Count() + " " + yesNo(quarantine.QuarantineThreatExists(9001)) + " " +
-    yesNo(quarantine.QuarantineThreatExists(1)) + " " + quarantine.GetQuarantineThreatsByScanID(scan.ScanID).Count + " " +
+    yesNo(quarantine.QuarantineThreatExists(1)) + " " +
+    quarantine.GetQuarantineThreatsByScanID(scan.ScanID).Count + " " +
     yesNo(quarantine.GetQuarantineThreatsByScanID("none") == null) + " " +
-    quarantine.GetQuarantineThreatsByDate().Count + " " + yesNo(quarantine.GetQuarantineThreatsByCategory("Adware") == null));
+    quarantine.GetQuarantineThreatsByDate().Count + " " +
+    yesNo(quarantine.GetQuarantineThreatsByCategory("Adware") == null));
 each(quarantine.GetQuarantineThreats(), function (item) {
     var id = item.ThreatID, record = quarantine.GetQuarantineThreat(item.QuarantineThreatID);
-    listed.push(id + " " + item.ThreatName + ", " + item.Category + ", of this scan " + yesNo(item.ScanID == scan.ScanID) +
+    listed.push(id + " " + item.ThreatName + ", " + item.Category + ", of this scan " +
+        yesNo(item.ScanID == scan.ScanID) +
         ", identifier " + item.QuarantineThreatID.length + ", dated " + yesNo(item.QuarantineDate.length > 0) +
         ", folder " + yesNo(item.QuarantinePath.length > 0));
     each(record.QThreatLocationFiles, function (place) {
-        listed.push(id + " file " + lower(place.OriginalFilePath) + " named " + yesNo(place.QuarantineFileName.length > 0));
+        listed.push(id + " file " + lower(place.OriginalFilePath) + " named " +
+            yesNo(place.QuarantineFileName.length > 0));
     });
-    each(record.QThreatLocationFolders, function (place) { listed.push(id + " folder " + lower(place.OriginalFolderPath)); });
+    each(record.QThreatLocationFolders, function (place) {
+        listed.push(id + " folder " + lower(place.OriginalFolderPath));
+    });
     each(record.QThreatLocationCookies, function (place) {
         listed.push(id + " cookie named " + yesNo(place.QuarantineFileName.length > 0));
     });
@@ -226,7 +237,9 @@ say("unknown", yesNo(quarantine.GetQuarantineThreat("none") == null) + " " +
 
 // ---- restore
 var answers = "";
-each(quarantine.GetQuarantineThreats(), function (item) { answers += " " + quarantine.RestoreThreat(item.QuarantineThreatID); });
+each(quarantine.GetQuarantineThreats(), function (item) {
+    answers += " " + quarantine.RestoreThreat(item.QuarantineThreatID);
+});
 say("restored", quarantine.Count() + answers);
 sayPlanted("after the return");
 say("run value", runValue());
@@ -245,8 +258,10 @@ sayPlanted("for good");
 
 // ---- history
 var history = manager.ScanHistory;
-say("history", history.TotalScansRun() + " " + yesNo(history.GetLastScanID() == scan.ScanID) + " " + history.Count() + " " +
-    yesNo(history.GetLastScanHistoryDetail().ScanID == scan.ScanID) + " " + yesNo(history.GetLastScanDate().length > 0));
+say("history", history.TotalScansRun() + " " + yesNo(history.GetLastScanID() == scan.ScanID) + " " +
+    history.Count() + " " +
+    yesNo(history.GetLastScanHistoryDetail().ScanID == scan.ScanID) + " " +
+    yesNo(history.GetLastScanDate().length > 0));
 var table = history.GetScanHistoryDetails();
 sayTable("scans", table);
 table.Filter = "ScanID = '" + firstID + "'";
@@ -261,7 +276,8 @@ say("by date", history.GetScanHistoryDetailsByDate(new Date().getFullYear()).Rec
     history.GetScanHistoryDetailsByDate(1999).RecordCount);
 history.GetScanHistoryDetails().Filter = "";
 var detail = history.GetScanHistoryDetail(firstID);
-say("detail", yesNo(detail.ScanID == firstID) + " " + detail.DetectedFileCount + " " + detail.DetectedRegistryCount + " " +
+say("detail", yesNo(detail.ScanID == firstID) + " " + detail.DetectedFileCount + " " +
+    detail.DetectedRegistryCount + " " +
     detail.DetectedCookieCount + " " + detail.GetTotalDetectedLocationsCount());
 sayTable("detected threats", detail.DetectedThreats);
 sayTable("detected files", detail.DetectedFiles);

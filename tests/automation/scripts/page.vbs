@@ -1,4 +1,4 @@
-' The whole road of a client, in VBScript: page.vbs USERDATA. Prints one line for each thing it saw; page.js prints the same.
+' The whole road of a client, in VBScript: page.vbs USERDATA. Prints what it saw; page.js prints the same.
 ' Written from docs/automation.md alone: what that page does not tell, this script does not know.
 Option Explicit
 
@@ -81,7 +81,8 @@ Sub SayThreats(scan)
             seen.Add threat.ThreatID & " folder " & LCase(place.DetectedFolderPath), 0
         Next
         For Each place In threat.ThreatLocationCookies
-            seen.Add threat.ThreatID & " cookie " & place.Cookie & " " & YesNo(files.FileExists(place.DetectedFilePath)), 0
+            seen.Add threat.ThreatID & " cookie " & place.Cookie & " " & _
+                YesNo(files.FileExists(place.DetectedFilePath)), 0
         Next
         For Each place In threat.ThreatLocationRegKeys
             seen.Add threat.ThreatID & " registry " & place.RegHive & " " & place.Regkey & " [" & place.RegValueName & _
@@ -162,8 +163,10 @@ manager.Settings.Delete "name"
 Dim scan, firstID
 scanner.InitializeScan
 Say "questions", scanner.MD5ThreatExists("b48fe358795db0995c20ddec472f8725") & " " & _
-    scanner.FilePathThreatExists("%windows%\compass.ini") & " " & scanner.CookieThreatExists("crumbtrail.example") & " " & _
-    scanner.FolderThreatExists("%program_files%\bannerbird") & " " & scanner.IsFileThreat("C:\downloads\ink.exe", "", 3) & _
+    scanner.FilePathThreatExists("%windows%\compass.ini") & " " & _
+    scanner.CookieThreatExists("crumbtrail.example") & " " & _
+    scanner.FolderThreatExists("%program_files%\bannerbird") & " " & _
+    scanner.IsFileThreat("C:\downloads\ink.exe", "", 3) & _
     " " & scanner.IsFolderThreat("C:\windows") & " " & scanner.FileThreatExists("ink.exe")
 scanner.AddScanDriveAndPath "C:\downloads\"
 Say "to walk", scanner.ScanDriveAndPathCount() & " " & scanner.GetScanDriveAndPath(1) & " [" & _
@@ -179,7 +182,8 @@ Say "detected", scan.DetectedProcessCount & " " & scan.DetectedFileCount & " " &
 SayThreats scan
 Say "reports", Has(scan.ScanResultsSummary(), "Example.Adware.Bannerbird") & " " & _
     Has(LCase(scan.ScanResultsFiles()), "c:\downloads\song.exe") & " " & _
-    Has(scan.ScanResultsRegistry(), "Tinwhistle Example") & " " & Has(scan.ScanResultsCookies(), "crumbtrail.example") & _
+    Has(scan.ScanResultsRegistry(), "Tinwhistle Example") & " " & _
+    Has(scan.ScanResultsCookies(), "crumbtrail.example") & _
     " " & Has(LCase(scan.ScanResultsFull()), "c:\windows\compass.ini") & " " & YesNo(Len(scan.ScanResultsFolders()) > 0)
 Say "folders", LCase(scan.FolderPaths.PathWindows) & " " & _
     scan.FolderPaths.TranslateFromVariablePath("%windows%\compass.ini") & " " & _
@@ -237,9 +241,11 @@ Say "run value", RunValue()
 Dim quarantine, listed, item, place, firstText
 Set quarantine = manager.Quarantine
 Say "quarantine", quarantine.Count() & " " & YesNo(quarantine.QuarantineThreatExists(9001)) & " " & _
-    YesNo(quarantine.QuarantineThreatExists(1)) & " " & quarantine.GetQuarantineThreatsByScanID(scan.ScanID).Count & " " & _
+    YesNo(quarantine.QuarantineThreatExists(1)) & " " & _
+    quarantine.GetQuarantineThreatsByScanID(scan.ScanID).Count & " " & _
     YesNo(quarantine.GetQuarantineThreatsByScanID("none") Is Nothing) & " " & _
-    quarantine.GetQuarantineThreatsByDate().Count & " " & YesNo(quarantine.GetQuarantineThreatsByCategory("Adware") Is Nothing)
+    quarantine.GetQuarantineThreatsByDate().Count & " " & _
+    YesNo(quarantine.GetQuarantineThreatsByCategory("Adware") Is Nothing)
 Set listed = CreateObject("Scripting.Dictionary")
 For Each item In quarantine.GetQuarantineThreats()
     listed.Add item.ThreatID & " " & item.ThreatName & ", " & item.Category & ", of this scan " & _
@@ -257,7 +263,8 @@ For Each item In quarantine.GetQuarantineThreats()
         listed.Add item.ThreatID & " cookie named " & YesNo(Len(place.QuarantineFileName) > 0), 0
     Next
     For Each place In record.QThreatLocationRegKeys
-        listed.Add item.ThreatID & " registry " & place.RegHive & " " & place.Regkey & " [" & place.RegValueName & "] " & _
+        listed.Add item.ThreatID & " registry " & place.RegHive & " " & place.Regkey & " [" & _
+            place.RegValueName & "] " & _
             place.RegValueData & " type " & place.RegValueDataType, 0
     Next
 Next
@@ -266,7 +273,8 @@ Say "its XML", Has(quarantine.GetQuarantineXML(), "Example.Adware.Bannerbird")
 Set record = quarantine.GetQuarantineThreatByThreatID(9002)
 Say "catalogue's record", record.QThreat(9002).ThreatName & " " & YesNo(record.QThreat(1) Is Nothing)
 Say "unknown", YesNo(quarantine.GetQuarantineThreat("none") Is Nothing) & " " & _
-    YesNo(quarantine.QuarantineThreatIDExists("none")) & " " & YesNo(quarantine.QuarantineThreatIDExists(record.QuarantineThreatID))
+    YesNo(quarantine.QuarantineThreatIDExists("none")) & " " & _
+    YesNo(quarantine.QuarantineThreatIDExists(record.QuarantineThreatID))
 
 ' ---- restore
 Dim answers
@@ -292,14 +300,16 @@ SayPlanted "for good"
 ' ---- history
 Dim history, detail, table
 Set history = manager.ScanHistory
-Say "history", history.TotalScansRun() & " " & YesNo(history.GetLastScanID() = scan.ScanID) & " " & history.Count() & " " & _
+Say "history", history.TotalScansRun() & " " & YesNo(history.GetLastScanID() = scan.ScanID) & " " & _
+    history.Count() & " " & _
     YesNo(history.GetLastScanHistoryDetail().ScanID = scan.ScanID) & " " & YesNo(Len(history.GetLastScanDate()) > 0)
 Set table = history.GetScanHistoryDetails()
 SayTable "scans", table
 table.Filter = "ScanID = '" & firstID & "'"
 table.MoveFirst
 Say "filtered", table.RecordCount & " " & YesNo(table.Fields("ScanID").Value = firstID) & " " & _
-    YesNo(table("ScanID") = firstID) & " " & YesNo(table.Fields(0).Name = "ScanID") & " " & table.Fields("DetectedFileCount")
+    YesNo(table("ScanID") = firstID) & " " & YesNo(table.Fields(0).Name = "ScanID") & " " & _
+    table.Fields("DetectedFileCount")
 table.Filter = ""
 table.MoveLast
 Say "last", YesNo(table.EOF) & " " & YesNo(table.BOF)
@@ -307,7 +317,8 @@ Say "by date", history.GetScanHistoryDetailsByDate(Year(Now)).RecordCount & " " 
     history.GetScanHistoryDetailsByDate(1999).RecordCount
 history.GetScanHistoryDetails().Filter = ""
 Set detail = history.GetScanHistoryDetail(firstID)
-Say "detail", YesNo(detail.ScanID = firstID) & " " & detail.DetectedFileCount & " " & detail.DetectedRegistryCount & " " & _
+Say "detail", YesNo(detail.ScanID = firstID) & " " & detail.DetectedFileCount & " " & _
+    detail.DetectedRegistryCount & " " & _
     detail.DetectedCookieCount & " " & detail.GetTotalDetectedLocationsCount()
 SayTable "detected threats", detail.DetectedThreats
 SayTable "detected files", detail.DetectedFiles
