@@ -189,7 +189,8 @@ Result<std::unique_ptr<platform::FileView>> WindowsFiles::View(std::string_view 
     if (!size) {
         return size.Error();
     }
-    if (size.Value() > std::numeric_limits<std::size_t>::max()) {
+    // No span of bytes is longer, and a program of 32 bits has no more room.
+    if (size.Value() > std::numeric_limits<std::size_t>::max() / 2) {
         return SysError::NotEnoughMemory;
     }
     const auto bytes = static_cast<std::size_t>(size.Value());
