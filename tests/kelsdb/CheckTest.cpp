@@ -157,7 +157,11 @@ TEST_F(Check, AnOptionLevelHasSixteenBits) {
 }
 
 TEST_F(Check, WhatTheHistoryHasNoRoomForIsAWarning) {
+#ifdef _WIN32
+    const std::string umlaut = "\xE4";
+#else
     const std::string umlaut = "\xC3\xA4";
+#endif
     auto row = Threat(5);
     for (const auto& [column, longest, what] : {std::tuple{1U, 60, "name"}, {2U, 50, "category"}}) {
         std::string text;
