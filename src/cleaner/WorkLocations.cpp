@@ -93,6 +93,12 @@ void BeginCookieRow(std::string_view path, const std::string& qThreatID, const s
     cookies.Set("QFileName", fileName);
 }
 
+// What a list holds as a stage begins. A client that hears of the work may change the list, and let go of its items.
+template <class List>
+auto Listed(const List& list) {
+    return Required(list);
+}
+
 }  // namespace
 
 void Cleaner::Work::RemoveLocations() {
@@ -106,7 +112,7 @@ void Cleaner::Work::RemoveLocations() {
 void Cleaner::Work::RemoveFiles() {
     for (const FileStage& stage : FileStages) {
         Send(stage.announced);
-        for (const auto& location : Required(detected->ThreatLocationFiles)) {
+        for (const auto& location : Listed(detected->ThreatLocationFiles)) {
             const std::string path = Required(location).DetectedFilePath();
             const enThreatFileTypes type = modCleanerHelper::GetThreatFileType(path);
             if (std::find(std::begin(stage.types), std::end(stage.types), type) == std::end(stage.types) ||
@@ -121,7 +127,7 @@ void Cleaner::Work::RemoveFiles() {
 
 void Cleaner::Work::RemoveFolders() {
     Send("Removing folders...");
-    for (const auto& location : Required(detected->ThreatLocationFolders)) {
+    for (const auto& location : Listed(detected->ThreatLocationFolders)) {
         const std::string path = Required(location).DetectedFolderPath();
         if (!modFiles::FolderExists(path)) {
             continue;
@@ -135,7 +141,7 @@ void Cleaner::Work::RemoveFolders() {
 
 void Cleaner::Work::RemoveRegistryEntries() {
     Send("Removing registry entries...");
-    for (const auto& location : Required(detected->ThreatLocationRegKeys)) {
+    for (const auto& location : Listed(detected->ThreatLocationRegKeys)) {
         const ThreatLocationRegKey& entry = Required(location);
         if (entry.RegHive() == 0 || entry.Regkey().empty()) {
             continue;
@@ -183,7 +189,7 @@ void Cleaner::Work::RemoveRegistryEntry(const ThreatLocationRegKey& location) {
 void Cleaner::Work::RemoveCookies() {
     Send("Removing cookies...");
     bool failed = false;
-    for (const auto& location : Required(detected->ThreatLocationCookies)) {
+    for (const auto& location : Listed(detected->ThreatLocationCookies)) {
         const std::string path = Required(location).DetectedFilePath;
         if (path.empty() || !modFiles::FileExists(path)) {
             continue;
@@ -207,7 +213,7 @@ void Cleaner::Work::RemoveCookies() {
 
 void Cleaner::Work::CleanPolymorphicLocations() {
     Send("Cleaning polymorphic locations...");
-    for (const auto& location : Required(detected->ThreatLocationCustoms)) {
+    for (const auto& location : Listed(detected->ThreatLocationCustoms)) {
         const ThreatLocationCustom& custom = Required(location);
         Send("Running special post cleaning " + custom.DisplayData + "...");
         if (custom.CleanPriority == CustomCleanPriorityPost) {

@@ -207,6 +207,66 @@ TEST_F(Events, ACleanNamesItsThreatAtTheStartAndTheEnd) {
     EXPECT_EQ(sink.Of(VerboseDetails)[0].Text(1), "Disabling driver files...");
 }
 
+TEST_F(Events, AScanThatIsBegunInsideAHandlerTakesThePlaceOfTheOneThatRuns) {
+    Sink replaced;
+    Subscription subscription(Callback(), __uuidof(__ScannerCallback), &replaced);
+    bool begun = false;
+    replaced.handler = [&](DISPPARAMS&, DISPID id) {
+        if (id == StartingLocation && !begun) {
+            begun = true;
+            EXPECT_TRUE(Call(scanner, L"InitializeScan").IsTrue());
+        }
+        return S_OK;
+    };
+    const std::string before = Call(Scan(), L"ScanID").Text();
+    EXPECT_EQ(Walk(4).outcome, S_OK);
+    // The event that began it ends at its own source; what follows belongs to the new one.
+    EXPECT_THAT(replaced.Of(StartingLocation), SizeIs(1));
+    EXPECT_THAT(replaced.Of(RequestScanAbort), SizeIs(1));
+    EXPECT_NE(Call(Scan(), L"ScanID").Text(), before);
+    EXPECT_EQ(Call(scanner, L"ScannerState").Number(), 9);
+}
+
+TEST_F(Events, TablesThatAreLoadedAgainInsideAHandlerServeTheScanThatRuns) {
+    sink.handler = [&](DISPPARAMS&, DISPID id) {
+        if (id == StartingLocation) {
+            EXPECT_EQ(Call(scanner, L"ReloadThreatData").outcome, S_OK);
+        }
+        return S_OK;
+    };
+    const Subscription subscription(Callback(), __uuidof(__ScannerCallback), &sink);
+    EXPECT_TRUE(Walk(3).IsTrue());
+    EXPECT_THAT(sink.Of(StartingLocation), SizeIs(3));
+}
+
+TEST_F(Events, ACleanBearsThatItsLocationsAreTakenAwayInsideAHandler) {
+    const std::vector<std::string> names{"a.txt", "b.txt", "c.txt"};
+    for (const std::string& name : names) {
+        WriteFile(Folder() + name, "text");
+        Call(Scan(), L"AddDetectedThreatFile", 2, 1, "", Folder() + name);
+    }
+    const ComPtr<IDispatch> detected = Call(Scan(), L"DetectedThreats").Object();
+    const ComPtr<IDispatch> files = Call(Call(detected, L"Item", 1).Object(), L"ThreatLocationFiles").Object();
+    ASSERT_EQ(Call(files, L"Count").Number(), 3);
+    const ComPtr<IDispatch> cleaner = Call(manager, L"Cleaner").Object();
+    Call(cleaner, L"InitializeClean", "", detected);
+    sink.handler = [&](DISPPARAMS&, DISPID id) {
+        const bool named = id == VerboseDetails && sink.events.back().Text(1).find("a.txt") != std::string::npos;
+        while (named && Call(files, L"Count").Number() > 0) {
+            Call(files, L"Remove", 1);
+        }
+        return S_OK;
+    };
+    const Subscription subscription(Call(cleaner, L"Callback").Object(), __uuidof(__CleanerCallback), &sink);
+    EXPECT_EQ(Call(cleaner, L"QuarantineThreat", 1, true).outcome, S_OK);
+    EXPECT_THAT(sink.Of(FinishedThreatClean), SizeIs(1));
+    EXPECT_EQ(Call(files, L"Count").Number(), 0);
+    // What was there when the work began is cleaned.
+    for (const std::string& name : names) {
+        EXPECT_FALSE(Exists(Folder() + name)) << name;
+    }
+}
+
 TEST_F(Events, AreOfferedBySourcesAlone) {
     EXPECT_FALSE(EventsOf(scanner, __uuidof(__ScannerCallback)));
     EXPECT_FALSE(EventsOf(Callback(), __uuidof(__CleanerCallback)));
