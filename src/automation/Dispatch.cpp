@@ -328,7 +328,7 @@ HRESULT Invoke(const InterfaceType& type, IDispatch* object, const LateCall& cal
 }  // namespace
 
 HRESULT InvokeLate(const InterfaceType& type, IDispatch* object, const LateCall& call) noexcept {
-    if (call.arguments == nullptr) {
+    if (call.arguments == nullptr || call.arguments->cNamedArgs > call.arguments->cArgs) {
         return E_INVALIDARG;
     }
     try {

@@ -299,6 +299,17 @@ TEST_F(Classes, DetectedThreatsAreFoundByPlaceAndKeyAndAreThemselves) {
     EXPECT_EQ(Call(detected, L"Item", "none").error, static_cast<SCODE>(0x800A0005));
 }
 
+TEST_F(Classes, ACallWithMoreNamesThanArgumentsIsRefused) {
+    const ComPtr<IDispatch> made = New<kel::Manager>();
+    DISPID put = DISPID_PROPERTYPUT;
+    DISPPARAMS nothing{nullptr, &put, 0, 1};
+    for (const WORD kind : {WORD{DISPATCH_METHOD}, WORD{DISPATCH_PROPERTYPUT}}) {
+        EXPECT_EQ(made->Invoke(IdOf(made.Get(), L"UserName"), IID_NULL, LOCALE_USER_DEFAULT, kind, &nothing, nullptr,
+                               nullptr, nullptr),
+                  E_INVALIDARG);
+    }
+}
+
 TEST_F(Classes, FolderPathsMayBeGivenOrLeftOut) {
     const ComPtr<IDispatch> scanner = Member(manager, L"Scanner");
     Assign(scanner, L"UserDataRootPath", UserFolder());
