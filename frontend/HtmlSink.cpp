@@ -228,6 +228,7 @@ std::string WriteSection(const std::vector<WriteRecord>& writes) {
         return {};
     }
     std::vector<std::string> items;
+    items.reserve(writes.size());
     for (const WriteRecord& write : writes) {
         items.push_back("<code>" + Html(write.text) + "</code>");
     }

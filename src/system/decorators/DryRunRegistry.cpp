@@ -70,9 +70,11 @@ Result<std::unique_ptr<RegistryKey>> DryRunRegistry::Open(Hive hive, std::string
     if (overlay_.Empty()) {
         // Most keys that a scan asks for are not there.
         auto open = inner_.registry->Open(hive, key, access);
-        return open ? Result<std::unique_ptr<RegistryKey>>(std::make_unique<DryRunKey>(
-                          *this, overlay_.Places(hive, key), *std::move(open), access, ShownKey(hive, key)))
-                    : open.Error();
+        if (!open) {
+            return open.Error();
+        }
+        return std::unique_ptr<RegistryKey>(std::make_unique<DryRunKey>(*this, overlay_.Places(hive, key),
+                                                                        *std::move(open), access, ShownKey(hive, key)));
     }
     std::vector<KeyPlace> places = overlay_.Places(hive, key);
     std::unique_ptr<RegistryKey> whole;
