@@ -21,9 +21,9 @@ struct CleanTarget {
     std::string path{};     ///< of files, folders and cookies
     platform::Hive hive = 0;
     std::string key{};
-    std::string value{};      ///< empty: the key itself
-    bool removable = true;    ///< whether the rules would remove it
-    bool wasThere = false;    ///< when the list was made
+    std::string value{};    ///< empty: the key itself
+    bool removable = true;  ///< whether the rules would remove it
+    bool wasThere = false;  ///< when the list was made
     [[nodiscard]] bool IsThere() const;
 };
 

@@ -58,8 +58,8 @@ private:
     ProgressLine& progress_;
     ScanObserver& observer_;
     std::shared_ptr<Cleaner> cleaner_;
-    bool finished_ = false;     // the cleaner said so of the threat at hand
-    std::string trapped_;       // the failure that ended the operation at hand; empty: none did
+    bool finished_ = false;  // the cleaner said so of the threat at hand
+    std::string trapped_;    // the failure that ended the operation at hand; empty: none did
 };
 
 /// Work that a clean would have done and this machine can't, in words for people and programs.

@@ -149,8 +149,7 @@ constexpr std::array Table{
     Row{"--quarantine", "", false, "REMOVE the threats that were found into the quarantine, behind the scan",
         TurnOn<&ScanOptions::quarantine>},
     Row{"--destroy", "", false, "REMOVE them and keep nothing of them", TurnOn<&ScanOptions::destroy>},
-    Row{"--yes", "", false, "remove without a question; needed where there is no terminal",
-        TurnOn<&ScanOptions::yes>},
+    Row{"--yes", "", false, "remove without a question; needed where there is no terminal", TurnOn<&ScanOptions::yes>},
     Row{"--threat", "N", true,
         "with --quarantine or --destroy: remove this threat, and leave others that were found alone. Otherwise look "
         "for one threat alone, by its registry and path signatures. Running threats, whichever they are, may be ENDED "

@@ -33,8 +33,8 @@ struct ScanOptions : SessionOptions {
     bool zips = false;
     bool skipCommonFiles = false;
     bool suspendActive = false;
-    std::int32_t priority = 0;  ///< the system's number of a priority class; 0: as it is
-    std::int32_t threat = 0;    ///< the only threat to look for; 0: all
+    std::int32_t priority = 0;          ///< the system's number of a priority class; 0: as it is
+    std::int32_t threat = 0;            ///< the only threat to look for; 0: all
     std::vector<std::int32_t> threats;  ///< as they were named; of a scan that cleans, those that are to go
     bool quarantine = false;
     bool destroy = false;

@@ -100,8 +100,9 @@ void TextSink::CleanStart(const CleanStartRecord& record) {
     destroys_ = record.destroys;
     Print(Plain, "");
     if (record.fromHistory) {
-        Print(Plain, "The history has files and cookies of a threat, and no more that could be removed: its registry "
-                     "entries and folders stay as they are. A scan with --quarantine removes those too");
+        Print(Plain,
+              "The history has files and cookies of a threat, and no more that could be removed: its registry "
+              "entries and folders stay as they are. A scan with --quarantine removes those too");
     }
     if (!record.notAvailable.empty()) {
         Print(Plain, "Not available on this machine: " + Joined(record.notAvailable));
