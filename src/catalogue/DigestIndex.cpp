@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "core/RuntimeError.h"
+#include "system/Md5.h"
 
 namespace kel {
 
@@ -18,20 +19,28 @@ constexpr std::size_t RowsPerBucket = 4;
 // that was made up to have such buckets has any.
 constexpr std::size_t SortedBucket = 24;
 
-constexpr std::uint8_t NoDigit = 0xFF;
+static_assert(std::endian::native == std::endian::little);
 
-constexpr std::array<std::uint8_t, 256> DigitValues = [] {
-    std::array<std::uint8_t, 256> values{};
-    values.fill(NoDigit);
-    for (std::uint8_t i = 0; i < 10; ++i) {
-        values[static_cast<std::size_t>('0' + i)] = i;
-    }
-    for (std::uint8_t i = 0; i < 6; ++i) {
-        values[static_cast<std::size_t>('a' + i)] = static_cast<std::uint8_t>(10 + i);
-        values[static_cast<std::size_t>('A' + i)] = static_cast<std::uint8_t>(10 + i);
-    }
-    return values;
-}();
+constexpr std::uint64_t EachByte(std::uint64_t value) {
+    return value * 0x0101010101010101U;
+}
+
+// The four bytes that eight hexadecimal digits stand for, all eight at once. `good` keeps its upper bits only where
+// each character is a digit.
+std::uint64_t FourBytes(const char* text, std::uint64_t& good) {
+    std::uint64_t characters = 0;
+    std::memcpy(&characters, text, sizeof characters);
+    // Sums that reach bit 7 of a byte without a carry into the next one, as long as no character has that bit itself.
+    const std::uint64_t seven = characters & EachByte(0x7F);
+    const std::uint64_t lower = seven | EachByte(0x20);
+    const std::uint64_t digit = (seven + EachByte(0x80 - '0')) & ~(seven + EachByte(0x80 - '0' - 10));
+    const std::uint64_t letter = (lower + EachByte(0x80 - 'a')) & ~(lower + EachByte(0x80 - 'a' - 6));
+    good &= (digit | letter) & ~characters;
+    std::uint64_t values = (seven & EachByte(0x0F)) + 9 * (letter >> 7 & EachByte(1));
+    values = (values << 4 | values >> 8) & 0x00FF00FF00FF00FFU;
+    values = (values | values >> 8) & 0x0000FFFF0000FFFFU;
+    return (values | values >> 16) & 0xFFFFFFFFU;
+}
 
 // Whether two marks are equal with fewer than `reach` places between the one and the other. No test of each pair: the
 // compiler makes vectors of this.
@@ -49,22 +58,23 @@ bool HasEqualNear(std::span<const std::uint32_t> marks, std::size_t reach) {
 
 }  // namespace
 
+std::string HexText(const Digest& digest) {
+    Md5Digest bytes;
+    std::memcpy(bytes.data(), &digest.first, sizeof digest.first);
+    std::memcpy(bytes.data() + sizeof digest.first, &digest.second, sizeof digest.second);
+    return HexText(bytes);
+}
+
 std::optional<Digest> ParseDigest(std::string_view text) noexcept {
-    std::array<std::uint8_t, sizeof(Digest)> bytes{};
-    if (text.size() != 2 * bytes.size()) {
+    if (text.size() != 2 * sizeof(Digest)) {
         return std::nullopt;
     }
-    unsigned seen = 0;
-    for (std::size_t i = 0; i < bytes.size(); ++i) {
-        const unsigned high = DigitValues[static_cast<unsigned char>(text[2 * i])];
-        const unsigned low = DigitValues[static_cast<unsigned char>(text[2 * i + 1])];
-        seen |= high | low;
-        bytes[i] = static_cast<std::uint8_t>(high << 4 | (low & 0xFU));
-    }
-    if ((seen & 0xF0U) != 0) {
-        return std::nullopt;
-    }
-    return Digest::Of(bytes.data());
+    const char* const from = text.data();
+    std::uint64_t good = EachByte(0x80);
+    Digest digest;
+    digest.first = FourBytes(from, good) | FourBytes(from + 8, good) << 32;
+    digest.second = FourBytes(from + 16, good) | FourBytes(from + 24, good) << 32;
+    return good == EachByte(0x80) ? std::optional(digest) : std::nullopt;
 }
 
 std::optional<Signature> DigestIndex::Find(const Digest& digest) const noexcept {

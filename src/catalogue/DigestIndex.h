@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <cstring>
 #include <optional>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -32,6 +33,9 @@ struct Digest {
     friend auto operator<=>(const Digest&, const Digest&) = default;
 };
 
+/// 32 lower-case hexadecimal digits.
+[[nodiscard]] std::string HexText(const Digest& digest);
+
 /// The digest that 32 hexadecimal digits of either case stand for; nothing for any other text.
 [[nodiscard]] std::optional<Digest> ParseDigest(std::string_view text) noexcept;
 
@@ -41,6 +45,20 @@ class DigestIndex {
 public:
     [[nodiscard]] std::size_t Count() const noexcept { return count_; }
     [[nodiscard]] std::optional<Signature> Find(const Digest& digest) const noexcept;
+    /// Asks for the memory that Find will look at first, and without waiting for it. FetchRows wants it to be there.
+    void FetchStart(const Digest& digest) const noexcept {
+        if (count_ != 0) {
+            __builtin_prefetch(starts_.Get() + Bucket(digest));
+        }
+    }
+    /// Asks for what Find will look at then.
+    void FetchRows(const Digest& digest) const noexcept {
+        if (count_ != 0) {
+            const Row* const rows = rows_.Get() + starts_[Bucket(digest)];
+            __builtin_prefetch(rows);
+            __builtin_prefetch(rows + RowsALine);
+        }
+    }
 
     /// Builds an index in two passes over the same rows: Count each, Allocate, Place each, Finish.
     class Builder;
@@ -56,6 +74,7 @@ private:
         [[nodiscard]] Digest Key() const noexcept { return {first, second}; }
     };
     static_assert(sizeof(Row) == 24);
+    static constexpr std::size_t RowsALine = 64 / sizeof(Row);
 
     // Spreads digests over 64 bits, whose upper ones pick the bucket. The products make counted-up digests of test data
     // spread like real ones.

@@ -31,6 +31,14 @@ std::optional<Signature> SignatureTable::Find(std::string_view key) const {
     return texts_.At(row).signature;
 }
 
+std::optional<Signature> SignatureTable::Find(const Digest& digest) const {
+    if (const auto found = digests_.Find(digest)) {
+        return found;
+    }
+    const std::size_t row = texts_.Count() == 0 ? KeyIndex::None : texts_.Find(HexText(digest));
+    return row == KeyIndex::None ? std::nullopt : std::optional(texts_.At(row).signature);
+}
+
 SignatureTable::Row SignatureTable::At(std::size_t index) const {
     if (form_ != KeyForm::Texts) {
         Raise(ErrInvalidProcedureCall);

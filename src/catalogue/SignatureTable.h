@@ -35,6 +35,12 @@ public:
     /// Does not allocate for a key of hexadecimal digits or of lower-case ASCII.
     [[nodiscard]] std::optional<Signature> Find(std::string_view key) const;
 
+    /// The same for a digest that is there as bytes: the key is its hexadecimal form, which is made only if the table
+    /// has such keys besides its digests.
+    [[nodiscard]] std::optional<Signature> Find(const Digest& digest) const;
+    /// The digests of a table of digests, to ask for their rows ahead.
+    [[nodiscard]] const DigestIndex& Digests() const noexcept { return digests_; }
+
     /// The element under a key; error 5 when there is none.
     template <class Record>
     [[nodiscard]] Record Item(std::string_view key) const {

@@ -24,7 +24,9 @@ struct TakenFolders {
     std::optional<clsFolderPaths> folders;
 };
 
-std::int32_t Lookup(const std::shared_ptr<SignatureTable>& table, std::string_view key) {
+// By a text or a digest.
+template <class Key>
+std::int32_t Lookup(const std::shared_ptr<SignatureTable>& table, const Key& key) {
     std::int32_t threat = 0;
     // What fails here is a miss.
     ResumeNext([&] {
@@ -78,8 +80,9 @@ std::optional<Known> KnownIfThere(std::string_view path) {
     return length ? std::optional(Known{*length, {}}) : std::nullopt;
 }
 
-std::string HashOf(std::string_view path, const Known& known) {
-    return known.stamp ? modMD5::FileMD5(path, *known.stamp) : modMD5::FileMD5(path);
+std::optional<Digest> HashOf(std::string_view path, const Known& known) {
+    const auto hash = known.stamp ? modMD5::FileDigest(path, *known.stamp) : modMD5::FileDigest(path);
+    return hash ? std::optional(Digest::Of(hash->data())) : std::nullopt;
 }
 
 std::int32_t TestByDepth(std::string_view path, enScanDepth depth, const Known& known) {
@@ -87,13 +90,13 @@ std::int32_t TestByDepth(std::string_view path, enScanDepth depth, const Known& 
         case scanshallow:
             return FilePathThreatExists(VariableForm(path));
         case scanmedium: {
-            const std::string hash = HashOf(path, known);
-            return hash.empty() ? 0 : MD5ThreatExists(hash);
+            const auto hash = HashOf(path, known);
+            return hash ? Lookup(State().MD5DataTable, *hash) : 0;
         }
         case scandeep: {
             // A known path with another hash is another file.
-            const std::string hash = HashOf(path, known);
-            return hash.empty() ? FilePathThreatExists(VariableForm(path)) : MD5ThreatExists(hash);
+            const auto hash = HashOf(path, known);
+            return hash ? Lookup(State().MD5DataTable, *hash) : FilePathThreatExists(VariableForm(path));
         }
         default:
             return 0;

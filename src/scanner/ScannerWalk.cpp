@@ -2,7 +2,9 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 
+#include "catalogue/SignatureTable.h"
 #include "core/EngineState.h"
 #include "core/Failures.h"
 #include "core/Text.h"
@@ -41,6 +43,18 @@ std::string AlternateField(std::string field) {
         field.resize(AlternateNameField, '\0');
     }
     return field;
+}
+
+// The rows of a digest lie anywhere in the table. They are asked for when it is ready, in two steps: those of one
+// digest when the next one is.
+LookAhead::Ready FetchSignatures(std::shared_ptr<const SignatureTable> table) {
+    if (!table) {
+        return {};
+    }
+    return [table = std::move(table), last = Digest()](const Md5Digest& ready) mutable {
+        table->Digests().FetchRows(std::exchange(last, Digest::Of(ready.data())));
+        table->Digests().FetchStart(last);
+    };
 }
 
 }  // namespace
@@ -106,7 +120,8 @@ void Scanner::ScanKnownFilesCommon() {
 void Scanner::WalkFrom(const std::string& start, std::string_view pattern) {
     std::optional<LookAhead> ahead;
     if (HashesFiles()) {
-        ahead.emplace(std::make_unique<WalkAhead>(start, std::string(pattern == AllNames ? "" : pattern)));
+        ahead.emplace(std::make_unique<WalkAhead>(start, std::string(pattern == AllNames ? "" : pattern)),
+                      FetchSignatures(State().MD5DataTable));
     }
     FilesListSearch(start, pattern, true);
 }

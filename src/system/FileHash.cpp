@@ -22,7 +22,7 @@ FileHash::FileHash(std::string_view key) {
     }
 }
 
-std::string FileHash::FileMD5(std::string_view path) {
+Md5Digest FileHash::FileDigest(std::string_view path) {
     auto file = platform::Current().files->Open(path, platform::OpenMode::Read);
     if (!file) {
         paths::RaiseFileError(file.Error(), path);
@@ -36,7 +36,7 @@ std::string FileHash::FileMD5(std::string_view path) {
             paths::RaiseFileError(read.Error(), path);
         }
         if (*read == 0) {
-            return HexText(digest.Finish());
+            return digest.Finish();
         }
         digest.Update(block.first(*read));
     }

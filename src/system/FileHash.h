@@ -15,9 +15,11 @@ public:
     ///        other length is a RuntimeError 5.
     explicit FileHash(std::string_view key);
 
-    /// MD5 of a file's bytes as 32 lower-case hexadecimal digits. The file is read once, from its start. A file that
+    /// MD5 of a file's bytes. The file is read once, from its start. A file that
     /// can't be read is a RuntimeError: 53, 70, 76 or 57.
-    [[nodiscard]] std::string FileMD5(std::string_view path);
+    [[nodiscard]] Md5Digest FileDigest(std::string_view path);
+    /// The same as 32 lower-case hexadecimal digits.
+    [[nodiscard]] std::string FileMD5(std::string_view path) { return HexText(FileDigest(path)); }
 
 private:
     std::string buffer_;  ///< one block, kept between files

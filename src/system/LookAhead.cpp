@@ -84,8 +84,10 @@ bool AheadItem::Is(std::string_view wanted) const {
            wanted.starts_with(folder->path);
 }
 
-LookAhead::LookAhead(std::unique_ptr<AheadSource> source)
-    : source_(std::move(source)), outer_(std::exchange(ModuleData<Innermost>().object, this)) {
+LookAhead::LookAhead(std::unique_ptr<AheadSource> source, Ready ready)
+    : source_(std::move(source)),
+      ready_(std::move(ready)),
+      outer_(std::exchange(ModuleData<Innermost>().object, this)) {
     const Md5Kernel& kernel = ChosenMd5Kernel();
     const std::size_t share = std::min(Limit() / 2 / kernel.lanes, MostBytesALane) / Md5BlockBytes * Md5BlockBytes;
     if (share != 0) {
@@ -98,6 +100,9 @@ LookAhead::LookAhead(std::unique_ptr<AheadSource> source)
                                                    Item& item = At(number);
                                                    item.state = digest ? State::Hashed : State::Unknown;
                                                    item.digest = digest.value_or(Md5Digest{});
+                                                   if (digest && ready_) {
+                                                       ready_(*digest);
+                                                   }
                                                });
     }
 }

@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <deque>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -69,7 +70,10 @@ private:
 /// reading ahead off. A typical scan takes 5 of them.
 class LookAhead {
 public:
-    explicit LookAhead(std::unique_ptr<AheadSource> source);
+    /// Told each digest as soon as it is there, some files before it is asked for. It must not throw.
+    using Ready = std::function<void(const Md5Digest& digest)>;
+
+    explicit LookAhead(std::unique_ptr<AheadSource> source, Ready ready = {});
     ~LookAhead();
     LookAhead(const LookAhead&) = delete;
     LookAhead& operator=(const LookAhead&) = delete;
@@ -103,6 +107,7 @@ private:
     void Work(const Item& item);
 
     std::unique_ptr<AheadSource> source_;
+    Ready ready_;
     std::unique_ptr<LaneHasher> hasher_;  // null when reading ahead is off
     // The last item that was asked for and those behind it, by number; a ring.
     std::vector<Item> items_;

@@ -21,20 +21,20 @@ struct Data {
     double LastFileSize = 0;  ///< bytes of the file asked for last
 };
 
-std::string Hash(std::string_view path, std::uint64_t bytes, const platform::FileStamp* stamp) {
+std::optional<Md5Digest> Hash(std::string_view path, std::uint64_t bytes, const platform::FileStamp* stamp) {
     ModuleData<Data>().LastFileSize = static_cast<double>(bytes);
     if (!IsHashed(bytes)) {
-        return {};
+        return std::nullopt;
     }
     if (!State().FileHashObject) {
         Raise(ErrObjectNotSet);
     }
     if (stamp != nullptr) {
         if (const auto digest = LookAhead::Digest(path, *stamp)) {
-            return HexText(*digest);
+            return digest;
         }
     }
-    return State().FileHashObject->FileMD5(path);
+    return State().FileHashObject->FileDigest(path);
 }
 
 }  // namespace
@@ -43,8 +43,8 @@ bool IsHashed(std::uint64_t bytes) {
     return bytes >= MinBytes && std::cmp_less_equal(bytes, OptMaxMD5Len());
 }
 
-std::string FileMD5(std::string_view path) {
-    std::string result;
+std::optional<Md5Digest> FileDigest(std::string_view path) {
+    std::optional<Md5Digest> result;
     ResumeNext([&] {
         if (path.size() <= LongestPathWithoutFile) {
             return;
@@ -61,14 +61,19 @@ std::string FileMD5(std::string_view path) {
     return result;
 }
 
-std::string FileMD5(std::string_view path, const platform::FileStamp& stamp) {
-    std::string result;
+std::optional<Md5Digest> FileDigest(std::string_view path, const platform::FileStamp& stamp) {
+    std::optional<Md5Digest> result;
     ResumeNext([&] {
         if (path.size() > LongestPathWithoutFile) {
             result = Hash(path, stamp.size, &stamp);
         }
     });
     return result;
+}
+
+std::string FileMD5(std::string_view path) {
+    const auto digest = FileDigest(path);
+    return digest ? HexText(*digest) : std::string();
 }
 
 }  // namespace kel::modMD5

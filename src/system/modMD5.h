@@ -2,10 +2,12 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 
 #include "platform/Files.h"
+#include "system/Md5.h"
 
 namespace kel::modMD5 {
 
@@ -13,8 +15,10 @@ namespace kel::modMD5 {
 /// path of 3 characters or fewer, a file below 1000 bytes or above OptMaxMD5Len, and one that can't be read.
 std::string FileMD5(std::string_view path);
 
-/// The same where the caller has just asked for the file's stamp.
-std::string FileMD5(std::string_view path, const platform::FileStamp& stamp);
+/// The same as bytes; nothing where FileMD5 is empty.
+std::optional<Md5Digest> FileDigest(std::string_view path);
+/// Where the caller has just asked for the file's stamp.
+std::optional<Md5Digest> FileDigest(std::string_view path, const platform::FileStamp& stamp);
 
 /// Whether a file of that many bytes has a hash.
 [[nodiscard]] bool IsHashed(std::uint64_t bytes);

@@ -209,6 +209,39 @@ TEST_F(Signatures, WhatIsAddedBehindALoadIsCheckedAgainstIt) {
     EXPECT_EQ(table.Count(), 2U);
 }
 
+TEST_F(Signatures, ADigestAsBytesIsFoundLikeItsText) {
+    SignatureTable table = Digests({{1, Hex(1, 2), 0}, {2, T("Not A Digest"), 1}});
+    table.Add(Hex(3, 4), {3, 1});
+    for (const auto& key : {Hex(1, 2), Hex(3, 4), Hex(5, 6)}) {
+        const auto digest = ParseDigest(key);
+        ASSERT_TRUE(digest);
+        EXPECT_EQ(HexText(*digest), key);
+        EXPECT_EQ(table.Find(*digest), table.Find(key));
+    }
+    EXPECT_EQ(table.Find(*ParseDigest(Hex(3, 4))), (Signature{3, 1}));
+    EXPECT_FALSE(table.Find(*ParseDigest(Hex(5, 6))));
+    EXPECT_FALSE(SignatureTable(KeyForm::Digests).Find(*ParseDigest(Hex(1, 2))));
+}
+
+TEST_F(Signatures, ADigestIsHexadecimalDigitsOfEitherCaseInEveryPlaceAndNothingElse) {
+    const std::string good = Hex(0x0123456789abcdefU, 0xfedcba9876543210U);
+    for (std::size_t place = 0; place < good.size(); ++place) {
+        for (int code = 0; code < 256; ++code) {
+            std::string text = good;
+            text[place] = static_cast<char>(code);
+            const std::string_view digits = "0123456789abcdefABCDEF";
+            const auto digest = ParseDigest(text);
+            ASSERT_EQ(digest.has_value(), digits.find(text[place]) != std::string_view::npos) << place << ' ' << code;
+            if (digest) {
+                text[place] = code >= 'A' && code <= 'F' ? static_cast<char>(code - 'A' + 'a') : text[place];
+                ASSERT_EQ(HexText(*digest), text);
+            }
+        }
+    }
+    EXPECT_FALSE(ParseDigest(good.substr(1)));
+    EXPECT_FALSE(ParseDigest(good + "0"));
+}
+
 TEST_F(Signatures, AClosedRecordsetCanNotBeLoaded) {
     Recordset closed;
     SignatureTable table(KeyForm::Texts);
