@@ -1,36 +1,14 @@
 #include "automation/Classes.h"
 #include "automation/Guard.h"
+#include "automation/SingleInterface.h"
 
 namespace kel::automation {
 
 namespace {
 
-class ClassFactory final : public IClassFactory {
+class ClassFactory final : public SingleInterface<IClassFactory> {
 public:
     explicit ClassFactory(const CreatableClass& made) : made_(made) {}
-    ClassFactory(const ClassFactory&) = delete;
-    ClassFactory& operator=(const ClassFactory&) = delete;
-    virtual ~ClassFactory() = default;
-
-    STDMETHODIMP QueryInterface(REFIID id, void** out) override {
-        if (out == nullptr) {
-            return E_POINTER;
-        }
-        *out = id == IID_IUnknown || id == IID_IClassFactory ? this : nullptr;
-        if (*out == nullptr) {
-            return E_NOINTERFACE;
-        }
-        AddRef();
-        return S_OK;
-    }
-    STDMETHODIMP_(ULONG) AddRef() override { return ++references_; }
-    STDMETHODIMP_(ULONG) Release() override {
-        const ULONG left = --references_;
-        if (left == 0) {
-            delete this;
-        }
-        return left;
-    }
 
     STDMETHODIMP CreateInstance(IUnknown* outer, REFIID id, void** out) override {
         if (out == nullptr) {
@@ -48,7 +26,6 @@ public:
     STDMETHODIMP LockServer(BOOL) override { return S_OK; }
 
 private:
-    ULONG references_ = 1;
     const CreatableClass& made_;
 };
 

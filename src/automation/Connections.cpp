@@ -7,6 +7,7 @@
 
 #include "automation/Enumerator.h"
 #include "automation/Guard.h"
+#include "automation/SingleInterface.h"
 #include "core/Failures.h"
 
 namespace kel::automation {
@@ -30,33 +31,10 @@ std::vector<KeptSinks>& Kept() {
 }
 
 // The way to the sinks of a source. It keeps the object that it came from.
-class ConnectionPoint final : public IConnectionPoint {
+class ConnectionPoint final : public SingleInterface<IConnectionPoint> {
 public:
     ConnectionPoint(std::shared_ptr<SinkList> sinks, IConnectionPointContainer* owner)
         : sinks_(std::move(sinks)), owner_(owner) {}
-    ConnectionPoint(const ConnectionPoint&) = delete;
-    ConnectionPoint& operator=(const ConnectionPoint&) = delete;
-    virtual ~ConnectionPoint() = default;
-
-    STDMETHODIMP QueryInterface(REFIID id, void** out) override {
-        if (out == nullptr) {
-            return E_POINTER;
-        }
-        *out = id == IID_IUnknown || id == IID_IConnectionPoint ? this : nullptr;
-        if (*out == nullptr) {
-            return E_NOINTERFACE;
-        }
-        AddRef();
-        return S_OK;
-    }
-    STDMETHODIMP_(ULONG) AddRef() override { return ++references_; }
-    STDMETHODIMP_(ULONG) Release() override {
-        const ULONG left = --references_;
-        if (left == 0) {
-            delete this;
-        }
-        return left;
-    }
 
     STDMETHODIMP GetConnectionInterface(IID* id) override {
         if (id == nullptr) {
@@ -99,7 +77,6 @@ public:
     }
 
 private:
-    ULONG references_ = 1;
     std::shared_ptr<SinkList> sinks_;
     ComPtr<IConnectionPointContainer> owner_;
 };

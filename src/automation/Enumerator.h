@@ -7,6 +7,7 @@
 #include "automation/Com.h"
 #include "automation/Convert.h"
 #include "automation/Guard.h"
+#include "automation/SingleInterface.h"
 
 namespace kel::automation {
 
@@ -33,32 +34,9 @@ inline void DropItem(IConnectionPoint*& item) {
 /// @tparam Interface the enumerator's interface
 /// @tparam Item what it hands out
 template <class Interface, class Item>
-class Enumerator final : public Interface {
+class Enumerator final : public SingleInterface<Interface> {
 public:
     explicit Enumerator(EnumeratedList<Item> list, ULONG next = 0) : list_(std::move(list)), next_(next) {}
-    Enumerator(const Enumerator&) = delete;
-    Enumerator& operator=(const Enumerator&) = delete;
-    virtual ~Enumerator() = default;
-
-    STDMETHODIMP QueryInterface(REFIID id, void** out) override {
-        if (out == nullptr) {
-            return E_POINTER;
-        }
-        *out = id == IID_IUnknown || id == __uuidof(Interface) ? this : nullptr;
-        if (*out == nullptr) {
-            return E_NOINTERFACE;
-        }
-        AddRef();
-        return S_OK;
-    }
-    STDMETHODIMP_(ULONG) AddRef() override { return ++references_; }
-    STDMETHODIMP_(ULONG) Release() override {
-        const ULONG left = --references_;
-        if (left == 0) {
-            delete this;
-        }
-        return left;
-    }
 
     STDMETHODIMP Next(ULONG wanted, Item* items, ULONG* fetched) override {
         if (items == nullptr || (fetched == nullptr && wanted != 1)) {
@@ -107,7 +85,6 @@ public:
     }
 
 private:
-    ULONG references_ = 1;
     EnumeratedList<Item> list_;
     ULONG next_;
 };
