@@ -22,30 +22,30 @@ LaneHasher::LaneHasher(const Md5Kernel& kernel, std::size_t bytesALane, Done don
       lanes_(kernel.lanes),
       // Not filled with zeros: of most lanes only the beginning is ever used.
       bytes_(std::make_unique_for_overwrite<std::byte[]>(kernel.lanes * (bytesALane + Slack))) {
+    blocks_.fill(Idle);
     for (std::size_t lane = 0; lane < lanes_.size(); ++lane) {
         lanes_[lane].buffer = bytes_.get() + lane * (bytesALane + Slack);
     }
 }
 
 void LaneHasher::Start(std::uint64_t number, std::unique_ptr<platform::AheadFile> file) {
-    const auto free = std::find_if(lanes_.begin(), lanes_.end(), [](const Lane& lane) { return !lane.active; });
-    const auto index = static_cast<std::size_t>(free - lanes_.begin());
-    Lane& lane = *free;
+    const auto index = static_cast<std::size_t>(std::find(blocks_.begin(), blocks_.end(), Idle) - blocks_.begin());
+    Lane& lane = lanes_[index];
     lane.number = number;
     lane.length = lane.unread = file->Stamp().size;
     lane.file = std::move(file);
     lane.padded = false;
-    lane.active = true;
     ++active_;
     for (std::size_t row = 0; row < 4; ++row) {
         state_[row * kernel_.lanes + index] = Md5Start[row];
     }
-    if (!ReadOn(lane)) {
+    if (!ReadOn(index)) {
         End(index, false);
     }
 }
 
-bool LaneHasher::ReadOn(Lane& lane) {
+bool LaneHasher::ReadOn(std::size_t index) {
+    Lane& lane = lanes_[index];
     const auto wanted = static_cast<std::size_t>(std::min<std::uint64_t>(lane.unread, bytesALane_));
     std::size_t filled = 0;
     while (filled < wanted) {
@@ -56,10 +56,10 @@ bool LaneHasher::ReadOn(Lane& lane) {
         filled += got;
     }
     lane.unread -= filled;
-    lane.next = lane.buffer;
-    lane.blocks = filled / Md5BlockBytes;
+    next_[index] = lane.buffer;
+    blocks_[index] = filled / Md5BlockBytes;
     if (lane.unread == 0) {
-        lane.blocks += PadMd5Tail(lane.buffer + lane.blocks * Md5BlockBytes, lane.length);
+        blocks_[index] += PadMd5Tail(lane.buffer + blocks_[index] * Md5BlockBytes, lane.length);
         lane.padded = true;
         lane.file.reset();
     }
@@ -67,51 +67,52 @@ bool LaneHasher::ReadOn(Lane& lane) {
 }
 
 void LaneHasher::Step() {
-    std::size_t blocks = SIZE_MAX;
-    for (const Lane& lane : lanes_) {
-        if (lane.active) {
-            blocks = std::min(blocks, lane.blocks);
-        }
-    }
     if (active_ == 0) {
         return;
     }
-    Transform(blocks);
-    for (std::size_t index = 0; index < lanes_.size(); ++index) {
-        Lane& lane = lanes_[index];
-        if (!lane.active) {
+    const std::size_t lanes = lanes_.size();
+    std::size_t some = 0;
+    for (std::size_t index = 1; index < lanes; ++index) {
+        some = blocks_[index] < blocks_[some] ? index : some;
+    }
+    const std::size_t blocks = blocks_[some];
+    Transform(blocks, some);
+    for (std::size_t index = 0; index < lanes; ++index) {
+        if (blocks_[index] == Idle) {
             continue;
         }
-        lane.next += blocks * Md5BlockBytes;
-        lane.blocks -= blocks;
-        if (lane.blocks == 0 && (lane.padded || !ReadOn(lane))) {
-            End(index, lane.padded);
+        next_[index] += blocks * Md5BlockBytes;
+        blocks_[index] -= blocks;
+        if (blocks_[index] == 0) {
+            const bool padded = lanes_[index].padded;
+            if (padded || !ReadOn(index)) {
+                End(index, padded);
+            }
         }
     }
 }
 
-void LaneHasher::Transform(std::size_t blocks) {
-    std::array<const std::byte*, MaxMd5Lanes> data{};
-    std::size_t some = 0;
-    for (std::size_t index = 0; index < lanes_.size(); ++index) {
-        some = lanes_[index].active ? index : some;
-    }
+void LaneHasher::Transform(std::size_t blocks, std::size_t some) {
     if (active_ == 1) {
         // One stream by itself is faster than one lane of many.
         std::array<std::uint32_t, 4> own{};
         for (std::size_t row = 0; row < 4; ++row) {
             own[row] = state_[row * kernel_.lanes + some];
         }
-        data[0] = lanes_[some].next;
-        md5::TransformScalar(own.data(), data.data(), blocks);
+        md5::TransformScalar(own.data(), &next_[some], blocks);
         for (std::size_t row = 0; row < 4; ++row) {
             state_[row * kernel_.lanes + some] = own[row];
         }
         return;
     }
+    if (active_ == lanes_.size()) {
+        kernel_.transform(state_, next_.data(), blocks);
+        return;
+    }
     // A lane without a file goes along with another one; what comes of it is not used.
+    std::array<const std::byte*, MaxMd5Lanes> data{};
     for (std::size_t index = 0; index < lanes_.size(); ++index) {
-        data[index] = lanes_[lanes_[index].active ? index : some].next;
+        data[index] = next_[blocks_[index] != Idle ? index : some];
     }
     kernel_.transform(state_, data.data(), blocks);
 }
@@ -126,7 +127,7 @@ Md5Digest LaneHasher::DigestOf(std::size_t lane) const {
 
 void LaneHasher::End(std::size_t index, bool good) {
     Lane& lane = lanes_[index];
-    lane.active = false;
+    blocks_[index] = Idle;
     lane.file.reset();
     --active_;
     done_(lane.number, good ? std::optional(DigestOf(index)) : std::nullopt);

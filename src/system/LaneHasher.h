@@ -1,6 +1,7 @@
 // Digests many files at once, a file in each lane of a kernel.
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
@@ -31,19 +32,19 @@ public:
 private:
     struct Lane {
         std::byte* buffer = nullptr;
-        const std::byte* next = nullptr;
-        std::size_t blocks = 0;  // that are read and not yet digested
         std::uint64_t unread = 0;
         std::uint64_t length = 0;
         std::uint64_t number = 0;
-        bool active = false;
         bool padded = false;
         std::unique_ptr<platform::AheadFile> file;
     };
 
+    static constexpr std::size_t Idle = SIZE_MAX;
+
     /// False when the file ends before it should.
-    bool ReadOn(Lane& lane);
-    void Transform(std::size_t blocks);
+    bool ReadOn(std::size_t lane);
+    /// @param some a lane with a file
+    void Transform(std::size_t blocks, std::size_t some);
     [[nodiscard]] Md5Digest DigestOf(std::size_t lane) const;
     void End(std::size_t lane, bool good);
 
@@ -52,6 +53,9 @@ private:
     Done done_;
     std::size_t active_ = 0;
     std::vector<Lane> lanes_;
+    // What every step asks of each lane, apart from the rest.
+    std::array<const std::byte*, MaxMd5Lanes> next_{};
+    std::array<std::size_t, MaxMd5Lanes> blocks_;  // that are read and not yet digested; Idle without a file
     std::unique_ptr<std::byte[]> bytes_;
     alignas(64) std::uint32_t state_[4 * MaxMd5Lanes] = {};
 };
