@@ -22,19 +22,10 @@ constexpr std::size_t MostItems = 2048;
 // Files that are looked at in one go, so that an answer never waits for many that have no hash.
 constexpr unsigned MostFetched = 128;
 
-// From a slow medium the next files are asked for early. A file from memory takes some microseconds and a fraction of a
-// nanosecond a byte, a slow medium many times that. It is slow if many of its files are: a single one may have waited
-// for the processor.
-constexpr unsigned FilesToJudge = 32;
-constexpr unsigned FilesUntilJudgedAgain = 4096;
-// Asking for the time costs more than a hundredth of a small file, so that of a fast medium's files few are timed.
-constexpr unsigned UntimedWhenWarm = 7;
-constexpr std::size_t OpenedWhenWarm = 1;
-constexpr std::size_t OpenedWhenCold = 128;
-constexpr double WarmFileNanoseconds = 4000;
-constexpr double WarmByteNanoseconds = 0.3;
-constexpr double ColdIsTimes = 6;
-constexpr unsigned ManyAreSlow = FilesToJudge / 3;
+// Files that are opened and not yet read. From a slow medium the next ones are asked for early; each holds a
+// descriptor.
+constexpr std::size_t OpenedWhenFast = 1;
+constexpr std::size_t OpenedWhenSlow = 128;
 
 struct Innermost {
     LookAhead* object = nullptr;
@@ -175,9 +166,8 @@ bool LookAhead::Fetch() {
     if (file) {
         item.stamp = file->Stamp();
         item.state = State::Waiting;
-        const bool ask = coldFor_ > 0;
+        const bool ask = medium_.IsWorthAsking(*file);
         if (ask) {
-            --coldFor_;
             file->WillBeRead();
         }
         opened_.push_back({number, std::move(file), ask});
@@ -187,7 +177,8 @@ bool LookAhead::Fetch() {
 
 void LookAhead::Refill() {
     for (unsigned fetched = 0; hasher_->HasRoom();) {
-        while (opened_.size() < (coldFor_ > 0 ? OpenedWhenCold : OpenedWhenWarm) && fetched < MostFetched && Fetch()) {
+        while (opened_.size() < (medium_.IsSlow() ? OpenedWhenSlow : OpenedWhenFast) && fetched < MostFetched &&
+               Fetch()) {
             ++fetched;
         }
         if (opened_.empty()) {
@@ -201,25 +192,13 @@ void LookAhead::StartNext() {
     Opened next = std::move(opened_.front());
     opened_.pop_front();
     const std::uint64_t bytes = next.file->Stamp().size;
-    if (next.asked || untimed_ > 0) {
-        untimed_ -= untimed_ > 0 ? 1 : 0;
+    if (next.asked || !medium_.WantsTime()) {
         hasher_->Start(next.number, std::move(next.file));
         return;
     }
-    untimed_ = judgedWarm_ ? UntimedWhenWarm : 0;
-    const auto began = Time::now();
+    const auto began = MediumSpeed::Time::now();
     hasher_->Start(next.number, std::move(next.file));
-    const std::chrono::duration<double, std::nano> took = Time::now() - began;
-    const auto read = static_cast<double>(std::min<std::uint64_t>(bytes, MostBytesALane));
-    slowFiles_ += took.count() > ColdIsTimes * (WarmFileNanoseconds + read * WarmByteNanoseconds) ? 1 : 0;
-    if (++readFiles_ < FilesToJudge) {
-        return;
-    }
-    coldFor_ = slowFiles_ >= ManyAreSlow ? FilesUntilJudgedAgain : 0;
-    judgedWarm_ = coldFor_ == 0;
-    untimed_ = 0;
-    readFiles_ = 0;
-    slowFiles_ = 0;
+    medium_.Took(MediumSpeed::Time::now() - began, std::min<std::uint64_t>(bytes, MostBytesALane));
 }
 
 void LookAhead::Work(const Item& item) {

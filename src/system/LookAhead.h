@@ -1,7 +1,6 @@
 // Files that a procedure is about to ask the hash of, read and hashed ahead of it, several at once.
 #pragma once
 
-#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <deque>
@@ -14,6 +13,7 @@
 
 #include "platform/Files.h"
 #include "system/LaneHasher.h"
+#include "system/MediumSpeed.h"
 
 namespace kel {
 
@@ -97,7 +97,6 @@ private:
         std::unique_ptr<platform::AheadFile> file;
         bool asked = false;  // early: how fast it is read then tells nothing of the medium
     };
-    using Time = std::chrono::steady_clock;
 
     [[nodiscard]] Item& At(std::uint64_t number) { return items_[static_cast<std::size_t>(number % items_.size())]; }
     [[nodiscard]] Item* Find(std::string_view path);
@@ -116,12 +115,7 @@ private:
     std::deque<Opened> opened_;  // waiting for a lane
     bool atEnd_ = false;
 
-    // Whether files come from a slow medium, by the time of the last ones.
-    unsigned untimed_ = 0;  // files until one is timed again
-    unsigned readFiles_ = 0;
-    unsigned slowFiles_ = 0;
-    bool judgedWarm_ = false;
-    unsigned coldFor_ = 0;  // files
+    MediumSpeed medium_;
     LookAhead* outer_;
 };
 

@@ -32,6 +32,7 @@ public:
     std::size_t bytesAhead = 0;
     std::size_t asked = 0;              ///< of those ahead, the ones that the medium was told of
     std::chrono::microseconds slow{0};  ///< what each reading ahead takes longer
+    std::optional<bool> inMemory;       ///< what the platform tells; nothing: it can't
 
     platform::Result<platform::FileStamp> Stamp(std::string_view path) override { return Inner().Stamp(path); }
     std::unique_ptr<platform::FolderAhead> Ahead(std::string_view folder) override {
@@ -62,6 +63,7 @@ private:
             ++all_.asked;
             inner_->WillBeRead();
         }
+        std::optional<bool> InMemory() override { return all_.inMemory; }
 
     private:
         std::unique_ptr<platform::AheadFile> inner_;
@@ -265,6 +267,19 @@ TEST_F(ReadAhead, ASlowMediumIsToldEarlyOfTheNextFiles) {
     files.slow = std::chrono::milliseconds(1);
     EXPECT_EQ(Run(nullptr, [&] { WalkTop(); }), without);
     EXPECT_THAT(files.asked, ::testing::Gt(0U));
+}
+
+TEST_F(ReadAhead, FilesThatAreNotInMemoryAreAskedForFromTheFirstOn) {
+    FillFolders();
+    const Traces without = Run("0", [&] { WalkTop(); });
+    files.inMemory = true;
+    EXPECT_EQ(Run(nullptr, [&] { WalkTop(); }), without);
+    EXPECT_EQ(files.asked, 0U);
+    files.inMemory = false;
+    EXPECT_EQ(Run(nullptr, [&] { WalkTop(); }), without);
+    const std::size_t asked = files.asked;
+    EXPECT_THAT(asked, ::testing::Gt(90U)) << "all that are hashed";
+    EXPECT_THAT(asked, ::testing::Le(files.ahead.size()));
 }
 
 TEST_F(ReadAhead, FilesOutsideOfTheLimitsAreNotRead) {

@@ -2,6 +2,7 @@
 #include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <sys/uio.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -58,6 +59,14 @@ public:
         }
     }
     void WillBeRead() override { posix_fadvise(fd_.Get(), 0, 0, POSIX_FADV_WILLNEED); }
+    std::optional<bool> InMemory() override {
+        std::byte first{};
+        const iovec into{&first, 1};
+        if (preadv2(fd_.Get(), &into, 1, 0, RWF_NOWAIT) >= 0) {
+            return true;
+        }
+        return errno == EAGAIN ? std::optional(false) : std::nullopt;
+    }
 
 private:
     HostFd fd_;

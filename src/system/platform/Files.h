@@ -109,6 +109,9 @@ public:
     virtual std::size_t Read(std::span<std::byte> into) = 0;
     /// Says that the whole file will be read soon.
     virtual void WillBeRead() = 0;
+    /// Whether its beginning is in memory, so that to read it is to wait for no medium. It waits for none itself.
+    /// Nothing when the platform can't tell.
+    virtual std::optional<bool> InMemory() { return std::nullopt; }
 
 protected:
     FileStamp stamp_;
