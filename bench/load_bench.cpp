@@ -48,16 +48,16 @@ public:
     Tables(const Tables&) = delete;
     Tables& operator=(const Tables&) = delete;
 
-    std::string Path(std::int64_t rows) {
-        const std::string name = std::to_string(rows) + ".sdb";
+    std::string Path(std::int64_t rows, bool ordered = true) {
+        const std::string name = std::to_string(rows) + (ordered ? ".sdb" : "-any.sdb");
         if (!std::filesystem::exists(folder_ / name)) {
-            Make(root_ + name, rows);
+            Make(root_ + name, rows, ordered);
         }
         return root_ + name;
     }
 
 private:
-    static void Make(const std::string& path, std::int64_t rows) {
+    static void Make(const std::string& path, std::int64_t rows, bool ordered) {
         std::mt19937_64 random(42);
         Recordset table;
         table.AppendField("ThreatID", FieldType::Integer);
@@ -71,7 +71,11 @@ private:
             table.Set(2, static_cast<std::int32_t>(random() % 3));
             table.Update();
         }
-        table.Save(path);
+        if (ordered) {
+            table.SaveInOrder(1, path);
+        } else {
+            table.Save(path);
+        }
     }
 
     std::filesystem::path folder_;
@@ -94,12 +98,12 @@ std::unique_ptr<SignatureTable> Load(const std::string& path) {
     return table;
 }
 
-// Bytes of memory that belong to this process alone.
-std::int64_t PrivateBytes() {
+// Bytes of memory that the process has, pages of mapped files included.
+std::int64_t ResidentBytes() {
     std::ifstream statistics("/proc/self/statm");
-    std::array<std::int64_t, 3> pages{};
-    statistics >> pages[0] >> pages[1] >> pages[2];
-    return (pages[1] - pages[2]) * sysconf(_SC_PAGESIZE);
+    std::array<std::int64_t, 2> pages{};
+    statistics >> pages[0] >> pages[1];
+    return pages[1] * sysconf(_SC_PAGESIZE);
 }
 
 // The most memory that the process had since the last call, pages of mapped files included; starts to count anew.
@@ -115,21 +119,22 @@ double PeakMebibytes() {
     return peak;
 }
 
-void LoadMd5Table(benchmark::State& state) {
+// With rows in the order of their keys, as kelsdb writes them, or in any order.
+void LoadMd5Table(benchmark::State& state, bool ordered) {
     const std::int64_t rows = state.range(0);
-    const std::string path = AllTables().Path(rows);
+    const std::string path = AllTables().Path(rows, ordered);
     double bytesPerRow = 0;
     double peak = 0;
     for (auto _ : state) {
         state.PauseTiming();
         malloc_trim(0);
-        const std::int64_t before = PrivateBytes();
+        const std::int64_t before = ResidentBytes();
         PeakMebibytes();
         state.ResumeTiming();
         auto table = Load(path);
         state.PauseTiming();
         peak = PeakMebibytes();
-        bytesPerRow = static_cast<double>(PrivateBytes() - before) / static_cast<double>(rows);
+        bytesPerRow = static_cast<double>(ResidentBytes() - before) / static_cast<double>(rows);
         table.reset();
         state.ResumeTiming();
     }
@@ -138,7 +143,13 @@ void LoadMd5Table(benchmark::State& state) {
     state.counters["rows_per_s"] =
         benchmark::Counter(static_cast<double>(rows), benchmark::Counter::kIsIterationInvariantRate);
 }
-BENCHMARK(LoadMd5Table)
+BENCHMARK_CAPTURE(LoadMd5Table, ordered, true)
+    ->Arg(1'000'000)
+    ->Arg(5'000'000)
+    ->Unit(benchmark::kMillisecond)
+    ->Repetitions(5)
+    ->ReportAggregatesOnly();
+BENCHMARK_CAPTURE(LoadMd5Table, unordered, false)
     ->Arg(1'000'000)
     ->Arg(5'000'000)
     ->Unit(benchmark::kMillisecond)
@@ -146,8 +157,7 @@ BENCHMARK(LoadMd5Table)
     ->ReportAggregatesOnly();
 
 void LookUpMd5(benchmark::State& state, bool present) {
-    constexpr std::int64_t Rows = 1'000'000;
-    const auto table = Load(AllTables().Path(Rows));
+    const auto table = Load(AllTables().Path(state.range(0)));
     std::mt19937_64 random(present ? 42 : 43);
     std::vector<std::string> keys;
     for (int i = 0; i < 65536; ++i) {
@@ -166,8 +176,8 @@ void LookUpMd5(benchmark::State& state, bool present) {
     }
     state.counters["hit_rate"] = static_cast<double>(hits) / static_cast<double>(state.iterations());
 }
-BENCHMARK_CAPTURE(LookUpMd5, hit, true);
-BENCHMARK_CAPTURE(LookUpMd5, miss, false);
+BENCHMARK_CAPTURE(LookUpMd5, hit, true)->Arg(1'000'000)->Arg(5'000'000);
+BENCHMARK_CAPTURE(LookUpMd5, miss, false)->Arg(1'000'000)->Arg(5'000'000);
 
 void LookUpPath(benchmark::State& state) {
     SignatureTable table(KeyForm::Texts);

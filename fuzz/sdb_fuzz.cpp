@@ -2,16 +2,22 @@
 // changed, and written so that it comes back the same.
 #include <xxhash.h>
 
+#include <algorithm>
+#include <array>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <string>
 #include <vector>
 
 #include "MemoryFiles.h"
+#include "core/DigestOrder.h"
 #include "core/LittleEndian.h"
+#include "core/NumberColumn.h"
 #include "core/Recordset.h"
 #include "core/RuntimeError.h"
+#include "core/SdbFile.h"
 #include "offline/OfflineClock.h"
 #include "offline/OfflineText.h"
 #include "platform/Platform.h"
@@ -84,12 +90,38 @@ void ReadByColumn(const Recordset& table) {
     }
 }
 
+// A table that is read where it lies, as large ones are.
+void ReadInPlace(const char* path, Recordset& table) {
+    SdbTable large;
+    try {
+        large = ReadSdb(path, 0);
+    } catch (const RuntimeError& error) {
+        Require(false, "a large table is refused as a small one is");
+    }
+    Require(large.rows == table.RowCount() && large.columns.size() == table.FieldCount(), "it has the same rows");
+    for (std::size_t i = 0; i < large.columns.size(); ++i) {
+        const auto* numbers = dynamic_cast<const NumberColumn*>(large.columns[i].get());
+        const auto column = table.ReadColumn(i);
+        for (std::size_t row = 0; numbers != nullptr && row < large.rows; ++row) {
+            Require(column->IsNull(row) || numbers->Form().At(row) == column->Number(row), "it has the same numbers");
+        }
+    }
+    if (large.order) {
+        const DigestOrder& order = *large.order;
+        Require(order.Rows() == large.rows, "an order is of all rows");
+        for (std::size_t row = 0; row < large.rows; ++row) {
+            Require(order.Find(Digest::Of(order.Digests() + row * DigestSize)) == row, "each digest is in its row");
+        }
+    }
+}
+
 void Exercise(fuzz::MemoryFiles& files) {
     Recordset table;
     if (!OpenTable(table, "in")) {
         return;
     }
     ReadByColumn(table);
+    ReadInPlace("in", table);
     const std::vector<Value> values = Values(table);
     Require(values.size() == table.RowCount() * table.FieldCount(), "a walk meets every row");
 
@@ -115,6 +147,51 @@ void Exercise(fuzz::MemoryFiles& files) {
     }
 }
 
+// The lookup in place: whatever the digests are, an order is one exactly when each exceeds the one before it, and then
+// each is found in its row, and no other.
+void LookUpInPlace(const std::uint8_t* data, std::size_t size) {
+    const std::size_t rows = size / DigestSize;
+    // Exactly as long, so that the sanitizer sees every read past the end.
+    const std::vector<std::uint8_t> packed(data, data + rows * DigestSize);
+    const auto at = [&](std::size_t row) { return Digest::Of(&packed[row * DigestSize]); };
+    bool ascends = rows != 0;
+    for (std::size_t row = 1; row < rows; ++row) {
+        ascends = ascends && std::memcmp(&packed[(row - 1) * DigestSize], &packed[row * DigestSize], DigestSize) < 0;
+    }
+    auto order = DigestOrder::Begin(packed.data(), rows);
+    if (order) {
+        for (std::size_t end = 0; end < packed.size(); end += 1 + data[0]) {
+            order->TakeUpTo(packed.data() + end);
+        }
+        if (!order->Finish()) {
+            order.reset();
+        }
+    }
+    Require((order != nullptr) == ascends, "an order is one exactly when the digests ascend");
+    if (!order) {
+        return;
+    }
+    for (std::size_t row = 0; row < rows; ++row) {
+        Require(order->Find(at(row)) == row, "each digest is found in its row");
+        Digest other = at(row);
+        other.second ^= 1U << 31;
+        const std::size_t found = order->Find(other);
+        Require(found == DigestOrder::None || at(found) == other, "no digest is found in place of another");
+    }
+}
+
+// The same digests in order, each once.
+void LookUpSorted(const std::uint8_t* data, std::size_t size) {
+    std::vector<std::array<std::uint8_t, DigestSize>> digests(size / DigestSize);
+    if (digests.empty()) {
+        return;
+    }
+    std::memcpy(digests.data(), data, digests.size() * DigestSize);
+    std::sort(digests.begin(), digests.end());
+    digests.erase(std::unique(digests.begin(), digests.end()), digests.end());
+    LookUpInPlace(digests.front().data(), digests.size() * DigestSize);
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
@@ -126,6 +203,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     platform.text = &text;
     platform.clock = &clock;
     const platform::PlatformScope installed(platform);
+    LookUpInPlace(data, size);
+    LookUpSorted(data, size);
     const std::string image(reinterpret_cast<const char*>(data), size);
     files.Put("in", image);
     Exercise(files);

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <bit>
+#include <cstring>
 #include <limits>
 #include <numeric>
 #include <span>
@@ -18,8 +19,6 @@ constexpr std::size_t RowsPerBucket = 4;
 // A bucket of more rows than this is kept in order and searched by halves. Digests are spread evenly, so only a table
 // that was made up to have such buckets has any.
 constexpr std::size_t SortedBucket = 24;
-
-static_assert(std::endian::native == std::endian::little);
 
 constexpr std::uint64_t EachByte(std::uint64_t value) {
     return value * 0x0101010101010101U;

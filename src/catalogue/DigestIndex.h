@@ -3,35 +3,18 @@
 
 #include <array>
 #include <bit>
-#include <compare>
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "catalogue/Signature.h"
+#include "core/Digest.h"
 #include "core/LargeArray.h"
 
 namespace kel {
-
-/// Sixteen bytes as two words, for quick comparison.
-struct Digest {
-    std::uint64_t first = 0;
-    std::uint64_t second = 0;
-
-    [[nodiscard]] static Digest Of(const std::uint8_t* bytes) noexcept {
-        Digest digest;
-        std::memcpy(&digest.first, bytes, sizeof digest.first);
-        std::memcpy(&digest.second, bytes + sizeof digest.first, sizeof digest.second);
-        return digest;
-    }
-
-    friend bool operator==(const Digest&, const Digest&) = default;
-    friend auto operator<=>(const Digest&, const Digest&) = default;
-};
 
 /// 32 lower-case hexadecimal digits.
 [[nodiscard]] std::string HexText(const Digest& digest);

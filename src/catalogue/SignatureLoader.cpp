@@ -41,6 +41,14 @@ public:
         return type_ == FieldType::VarChar ? column_->PackedDigests() : std::span<const std::uint8_t>();
     }
     void LetGo(std::span<const std::uint8_t> packed) const { column_->LetGo(packed); }
+    [[nodiscard]] std::shared_ptr<const DigestOrder> Order() const {
+        return type_ == FieldType::VarChar ? column_->Order() : nullptr;
+    }
+    [[nodiscard]] std::optional<StoredNumbers> Stored() const {
+        return IsNumber(type_) ? column_->Stored() : std::nullopt;
+    }
+    // Whether no value of the column can exceed 16 bits.
+    [[nodiscard]] bool IsShort() const { return IsNumber(type_) && type_ != FieldType::Integer; }
     // A block of rows; false when they need the conversions of the single reads, or one is null.
     [[nodiscard]] bool Numbers(std::size_t first, std::span<std::int32_t> into) const {
         return IsNumber(type_) && column_->Numbers(first, into);
@@ -118,6 +126,9 @@ private:
     // The fast roads, for a table without any fault. False leaves the table as it was: the slow road then finds the
     // first faulty row and what is wrong with it.
     bool LoadDigests() {
+        if (UseStored()) {
+            return true;
+        }
         DigestIndex::Builder builder;
         KeyIndex others;
         try {
@@ -139,7 +150,22 @@ private:
         return true;
     }
 
-    // A table as it is made for the engine: packed digests and numbers, no nulls. False when it is another one.
+    // A large table as kelsdb makes it: digests in ascending order, so that none is there twice. It is not read at all.
+    bool UseStored() const {
+        auto order = keys_.Order();
+        const auto threats = order ? threats_.Stored() : std::nullopt;
+        std::optional<StoredNumbers> levels(std::in_place);
+        if (levels_) {
+            levels = levels_->IsShort() ? levels_->Stored() : std::nullopt;
+        }
+        if (!threats || !levels) {
+            return false;
+        }
+        table_.stored_ = {std::move(order), *threats, *levels};
+        return true;
+    }
+
+    // Packed digests and numbers, no nulls. False when it is another table.
     bool ReadBlocks(DigestIndex::Builder& builder) const {
         const std::span<const std::uint8_t> keys = keys_.PackedDigests();
         if (keys.empty()) {

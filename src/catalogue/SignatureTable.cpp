@@ -5,9 +5,9 @@
 namespace kel {
 
 void SignatureTable::Add(std::string_view key, Signature signature) {
-    if (digests_.Count() != 0) {
+    if (Count() != texts_.Count()) {
         const auto digest = ParseDigest(key);
-        if (digest && digests_.Find(*digest)) {
+        if (digest && FindDigest(*digest)) {
             Raise(ErrDuplicateKey);
         }
     }
@@ -17,9 +17,9 @@ void SignatureTable::Add(std::string_view key, Signature signature) {
 }
 
 std::optional<Signature> SignatureTable::Find(std::string_view key) const {
-    if (digests_.Count() != 0) {
+    if (Count() != texts_.Count()) {
         if (const auto digest = ParseDigest(key)) {
-            if (const auto found = digests_.Find(*digest)) {
+            if (const auto found = FindDigest(*digest)) {
                 return found;
             }
         }
@@ -32,7 +32,7 @@ std::optional<Signature> SignatureTable::Find(std::string_view key) const {
 }
 
 std::optional<Signature> SignatureTable::Find(const Digest& digest) const {
-    if (const auto found = digests_.Find(digest)) {
+    if (const auto found = FindDigest(digest)) {
         return found;
     }
     const std::size_t row = texts_.Count() == 0 ? KeyIndex::None : texts_.Find(HexText(digest));

@@ -10,6 +10,7 @@
 #include "catalogue/KeyIndex.h"
 #include "catalogue/Signature.h"
 #include "catalogue/SignatureRecords.h"
+#include "catalogue/StoredDigests.h"
 
 namespace kel {
 
@@ -18,7 +19,7 @@ class Recordset;
 /// What the keys of a table mostly are.
 enum class KeyForm {
     Texts,    ///< paths, folders, domains: can be walked in the order of the rows
-    Digests,  ///< MD5 as 32 hexadecimal digits: 25 bytes a row; a table of these is only looked up
+    Digests,  ///< MD5 as 32 hexadecimal digits: 17 to 25 bytes a row; a table of these is only looked up
 };
 
 /// Signatures by key. Keys compare without regard to case; a key that is there already is error 457.
@@ -29,7 +30,7 @@ public:
     /// Adds one signature. Rows by the thousand go through LoadSignatures.
     void Add(std::string_view key, Signature signature);
 
-    [[nodiscard]] std::size_t Count() const noexcept { return digests_.Count() + texts_.Count(); }
+    [[nodiscard]] std::size_t Count() const noexcept { return stored_.Count() + digests_.Count() + texts_.Count(); }
 
     /// The signature under a key. A miss is nothing, and no failure: most files of a machine are misses.
     /// Does not allocate for a key of hexadecimal digits or of lower-case ASCII.
@@ -38,8 +39,17 @@ public:
     /// The same for a digest that is there as bytes: the key is its hexadecimal form, which is made only if the table
     /// has such keys besides its digests.
     [[nodiscard]] std::optional<Signature> Find(const Digest& digest) const;
-    /// The digests of a table of digests, to ask for their rows ahead.
-    [[nodiscard]] const DigestIndex& Digests() const noexcept { return digests_; }
+    // To be inlined always, as what they call.
+    /// Asks for the memory that Find will look at first, and without waiting for it. FetchRows wants it to be there.
+    [[gnu::always_inline]] void FetchStart(const Digest& digest) const noexcept {
+        stored_.FetchStart(digest);
+        digests_.FetchStart(digest);
+    }
+    /// Asks for what Find will look at then.
+    [[gnu::always_inline]] void FetchRows(const Digest& digest) const noexcept {
+        stored_.FetchRows(digest);
+        digests_.FetchRows(digest);
+    }
 
     /// The element under a key; error 5 when there is none.
     template <class Record>
@@ -66,6 +76,10 @@ private:
     friend class SignatureLoader;
 
     [[nodiscard]] Row Get(std::string_view key) const;
+    [[nodiscard]] std::optional<Signature> FindDigest(const Digest& digest) const noexcept {
+        const auto found = stored_.Find(digest);
+        return found ? found : digests_.Find(digest);
+    }
 
     template <class Record>
     static Record Make(const Row& row) {
@@ -73,6 +87,8 @@ private:
     }
 
     KeyForm form_;
+    // Of these two one has all digests of a load.
+    StoredDigests stored_;
     DigestIndex digests_;
     KeyIndex texts_;  ///< in a table of digests: keys that are none, and what was added one by one
 };

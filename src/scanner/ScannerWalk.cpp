@@ -52,8 +52,8 @@ LookAhead::Ready FetchSignatures(std::shared_ptr<const SignatureTable> table) {
         return {};
     }
     return [table = std::move(table), last = Digest()](const Md5Digest& ready) mutable {
-        table->Digests().FetchRows(std::exchange(last, Digest::Of(ready.data())));
-        table->Digests().FetchStart(last);
+        table->FetchRows(std::exchange(last, Digest::Of(ready.data())));
+        table->FetchStart(last);
     };
 }
 

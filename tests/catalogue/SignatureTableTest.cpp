@@ -242,6 +242,156 @@ TEST_F(Signatures, ADigestIsHexadecimalDigitsOfEitherCaseInEveryPlaceAndNothingE
     EXPECT_FALSE(ParseDigest(good + "0"));
 }
 
+// Tables large enough to be looked up in their file.
+class LargeTables : public Signatures {
+protected:
+    static constexpr std::int32_t Many = 70'000;
+
+    // Random digests in order, with the row's number from 1 as threat and levels from -1 to 3.
+    static std::vector<Row> Ordered() {
+        std::mt19937_64 random(11);
+        std::vector<std::string> keys;
+        for (std::int32_t i = 0; i < Many; ++i) {
+            const std::uint64_t first = random();
+            keys.push_back(Hex(first, random()));
+        }
+        std::sort(keys.begin(), keys.end());
+        std::vector<Row> rows;
+        for (const std::string& key : keys) {
+            const auto number = static_cast<std::int32_t>(rows.size()) + 1;
+            rows.push_back({number, key, number % 5 - 1});
+        }
+        return rows;
+    }
+    static SignatureTable Load(const std::vector<FieldDefinition>& fields, const std::vector<Row>& rows,
+                               int expected = 0) {
+        WriteShipped("large.sdb", fields, rows);
+        Recordset recordset;
+        recordset.Open(shipped::Path("large.sdb"));
+        SignatureTable table(KeyForm::Digests);
+        EXPECT_EQ(ErrorOf([&] { LoadSignatures(recordset, table, NullKey::Failure); }), expected);
+        recordset.Close();
+        return table;
+    }
+    static std::string KeyOf(const Row& row) { return std::get<std::string>(row[1]); }
+    static void ExpectAll(const SignatureTable& table, const std::vector<Row>& rows) {
+        ASSERT_EQ(table.Count(), rows.size());
+        for (const Row& row : rows) {
+            const Signature expected{std::get<std::int32_t>(row[0]),
+                                     static_cast<std::int16_t>(row.size() < 3 ? 0 : std::get<std::int32_t>(row[2]))};
+            ASSERT_EQ(table.Find(KeyOf(row)), expected);
+            ASSERT_EQ(table.Find(*ParseDigest(KeyOf(row))), expected);
+        }
+        std::mt19937_64 random(12);
+        for (int i = 0; i < 1'000; ++i) {
+            const std::uint64_t first = random();
+            ASSERT_FALSE(table.Find(Hex(first, random())));
+        }
+    }
+};
+
+TEST_F(LargeTables, RowsInOrderAndInAnyOrderAreTheSameTable) {
+    std::vector<Row> rows = Ordered();
+    ExpectAll(Load(KeyedFields(), rows), rows);
+    std::shuffle(rows.begin(), rows.end(), std::mt19937_64(1));
+    ExpectAll(Load(KeyedFields(), rows), rows);
+}
+
+TEST_F(LargeTables, WithoutLevelsEachIsZero) {
+    std::vector<Row> rows = Ordered();
+    for (Row& row : rows) {
+        row.pop_back();
+    }
+    ExpectAll(Load(KeyedFieldsWithoutLevel(), rows), rows);
+}
+
+TEST_F(LargeTables, LevelsOfALargerTypeAreTakenIfTheyFitAndEndTheLoadIfNot) {
+    auto fields = KeyedFields();
+    fields[2].type = FieldType::Integer;
+    std::vector<Row> rows = Ordered();
+    ExpectAll(Load(fields, rows), rows);
+    rows[100][2] = 40'000;
+    const SignatureTable table = Load(fields, rows, ErrOverflow);
+    EXPECT_EQ(table.Count(), 100U) << "the rows before it stay";
+    EXPECT_EQ(table.Find(KeyOf(rows[99])), (Signature{100, 100 % 5 - 1}));
+}
+
+TEST_F(LargeTables, ThreatsAsTextsAreNumbers) {
+    auto fields = KeyedFields();
+    fields[0] = {"ThreatID", FieldType::VarChar, 20};
+    const std::vector<Row> rows = Ordered();
+    std::vector<Row> texts = rows;
+    for (Row& row : texts) {
+        row[0] = std::to_string(std::get<std::int32_t>(row[0]));
+    }
+    ExpectAll(Load(fields, texts), rows);
+}
+
+TEST_F(LargeTables, ARepeatedDigestEndsTheLoadAndTheRowsBeforeItStay) {
+    std::vector<Row> rows = Ordered();
+    rows.insert(rows.begin() + 200, rows[100]);
+    const SignatureTable table = Load(KeyedFields(), rows, ErrDuplicateKey);
+    EXPECT_EQ(table.Count(), 200U);
+    EXPECT_EQ(table.Find(KeyOf(rows[100])), (Signature{101, 101 % 5 - 1}));
+    EXPECT_FALSE(table.Find(KeyOf(rows[300])));
+
+    rows = Ordered();
+    rows.insert(rows.begin() + 200, rows[199]);
+    EXPECT_EQ(Load(KeyedFields(), rows, ErrDuplicateKey).Count(), 200U);
+}
+
+TEST_F(LargeTables, ANullNumberEndsTheLoadAndTheRowsBeforeItStay) {
+    std::vector<Row> rows = Ordered();
+    rows[50][0] = Null{};
+    EXPECT_EQ(Load(KeyedFields(), rows, ErrInvalidUseOfNull).Count(), 50U);
+    rows = Ordered();
+    rows[60][2] = Null{};
+    EXPECT_EQ(Load(KeyedFields(), rows, ErrInvalidUseOfNull).Count(), 60U);
+    rows = Ordered();
+    rows[70][1] = Null{};
+    EXPECT_EQ(Load(KeyedFields(), rows, ErrInvalidUseOfNull).Count(), 70U);
+}
+
+TEST_F(LargeTables, WhatIsAddedBehindALoadIsCheckedAgainstIt) {
+    const std::vector<Row> rows = Ordered();
+    SignatureTable table = Load(KeyedFields(), rows);
+    EXPECT_EQ(ErrorOf([&] { table.Add(KeyOf(rows[5]), {1, 0}); }), ErrDuplicateKey);
+    std::string capitals = KeyOf(rows[6]);
+    for (char& c : capitals) {
+        c = c >= 'a' && c <= 'f' ? static_cast<char>(c - 'a' + 'A') : c;
+    }
+    EXPECT_EQ(ErrorOf([&] { table.Add(capitals, {1, 0}); }), ErrDuplicateKey);
+    EXPECT_EQ(table.Find(capitals), (Signature{7, 7 % 5 - 1}));
+    table.Add(Hex(3, 4), {3, 1});
+    EXPECT_EQ(table.Count(), rows.size() + 1);
+    EXPECT_EQ(table.Find(Hex(3, 4)), (Signature{3, 1}));
+    EXPECT_EQ(table.Find(*ParseDigest(Hex(3, 4))), (Signature{3, 1}));
+    EXPECT_EQ(ErrorOf([&] { static_cast<void>(table.At(1)); }), ErrInvalidProcedureCall) << "it is not walked";
+}
+
+TEST_F(LargeTables, ALoadIntoATableThatHasRowsAddsToThem) {
+    const std::vector<Row> rows = Ordered();
+    WriteShipped("large.sdb", KeyedFields(), rows);
+    Recordset recordset;
+    recordset.Open(shipped::Path("large.sdb"));
+    SignatureTable table(KeyForm::Digests);
+    table.Add(Hex(3, 4), {3, 1});
+    LoadSignatures(recordset, table, NullKey::Failure);
+    EXPECT_EQ(table.Count(), rows.size() + 1);
+    EXPECT_EQ(table.Find(Hex(3, 4)), (Signature{3, 1}));
+    EXPECT_EQ(table.Find(KeyOf(rows[9])), (Signature{10, 10 % 5 - 1}));
+    SignatureTable other = Load(KeyedFields(), rows);
+    EXPECT_EQ(ErrorOf([&] { LoadSignatures(recordset, other, NullKey::Failure); }), ErrDuplicateKey);
+}
+
+// The file may be replaced while a table of it is in use.
+TEST_F(LargeTables, ATableOutlivesItsFile) {
+    const std::vector<Row> rows = Ordered();
+    const SignatureTable table = Load(KeyedFields(), rows);
+    EXPECT_EQ(platform::Current().files->Remove(shipped::Path("large.sdb")), platform::SysError::Success);
+    ExpectAll(table, rows);
+}
+
 TEST_F(Signatures, AClosedRecordsetCanNotBeLoaded) {
     Recordset closed;
     SignatureTable table(KeyForm::Texts);

@@ -7,6 +7,7 @@
 #include <random>
 
 #include "ErrorNumber.h"
+#include "core/DigestOrder.h"
 #include "core/Recordset.h"
 #include "decorators/FaultInjectingPlatform.h"
 #include "support/EngineTest.h"
@@ -468,6 +469,185 @@ TEST_F(TableFiles, DigestsWithoutNullsCanBeReadAsABlockAndLetGo) {
     }
     loaded.Delete();
     EXPECT_TRUE(loaded.ReadColumn(1)->PackedDigests().empty()) << "the rows that are left are not one behind the other";
+}
+
+class OrderedDigests : public TableFiles {
+protected:
+    static constexpr std::int32_t Many = 70'000;  // a file that is looked up in place
+
+    // Digests of random texts, with the row's number and a level for each.
+    static void Fill(Recordset& table, std::int32_t count) {
+        std::mt19937 random(7);
+        table.AppendField("ThreatID", FieldType::Integer);
+        table.AppendField("MD5", FieldType::VarChar, 32);
+        table.AppendField("OptionalScan", FieldType::SmallInt);
+        table.Open();
+        for (std::int32_t i = 0; i < count; ++i) {
+            table.AddNew();
+            table.Set("ThreatID", i);
+            table.Set("MD5", RandomDigest(random));
+            table.Set("OptionalScan", i % 3);
+        }
+        table.Update();
+    }
+    static std::string TextAt(const Recordset& table, std::size_t row) {
+        return std::string(table.ReadColumn(1)->Text(row));
+    }
+};
+
+TEST_F(OrderedDigests, ATableThatWasSavedInOrderIsFoundInPlaceEvenWhenItIsClosed) {
+    Recordset table;
+    Fill(table, Many);
+    table.SaveInOrder(1, Path());
+    EXPECT_EQ(table.Get("ThreatID"), Value(Many - 1)) << "saving does not move";
+
+    Recordset loaded;
+    loaded.Open(Path());
+    ASSERT_EQ(loaded.RowCount(), static_cast<std::size_t>(Many));
+    std::vector<Digest> digests;
+    std::vector<std::int32_t> numbers;
+    {
+        const auto md5 = loaded.ReadColumn(1);
+        const auto threat = loaded.ReadColumn(0);
+        for (std::size_t row = 0; row < loaded.RowCount(); ++row) {
+            digests.push_back(Digest::Of(md5->Digest(row)));
+            numbers.push_back(threat->Number(row));
+            ASSERT_TRUE(row == 0 || ComesBefore(digests[row - 1], digests[row]));
+            ASSERT_EQ(md5->Text(row), table.ReadColumn(1)->Text(static_cast<std::size_t>(numbers[row])));
+        }
+    }
+    const auto order = loaded.ReadColumn(1)->Order();
+    const auto threats = loaded.ReadColumn(0)->Stored();
+    const auto levels = loaded.ReadColumn(2)->Stored();
+    ASSERT_TRUE(order && threats && levels);
+    EXPECT_FALSE(loaded.ReadColumn(0)->Order()) << "no digests";
+    EXPECT_FALSE(loaded.ReadColumn(1)->Stored()) << "no numbers";
+    loaded.Close();
+    for (std::size_t row = 0; row < digests.size(); ++row) {
+        ASSERT_EQ(order->Find(digests[row]), row);
+        ASSERT_EQ(threats->At(row), numbers[row]);
+        ASSERT_EQ(levels->At(row), numbers[row] % 3);
+    }
+}
+
+TEST_F(OrderedDigests, ATableInUseCanBeDeletedAndWrittenAnew) {
+    Recordset table;
+    Fill(table, Many);
+    table.SaveInOrder(1, Path());
+    Recordset loaded;
+    loaded.Open(Path());
+    const auto md5 = loaded.ReadColumn(1);
+    const Digest digest = Digest::Of(md5->Digest(12'345));
+    const auto order = md5->Order();
+    ASSERT_TRUE(order);
+    EXPECT_EQ(platform::Current().files->Remove(Path()), SysError::Success);
+    WriteFile(Path(), "another one");
+    EXPECT_EQ(order->Find(digest), 12'345U);
+}
+
+TEST_F(OrderedDigests, ChangedTablesAndSmallOnesAndThoseInAnyOrderAreNotLookedUpInPlace) {
+    Recordset table;
+    Fill(table, Many);
+    table.Save(Path());
+    table.SaveInOrder(1, Folder() + "ordered.sdb");
+    Recordset any;
+    any.Open(Path());
+    EXPECT_FALSE(any.ReadColumn(1)->Order());
+    EXPECT_TRUE(any.ReadColumn(0)->Stored());
+
+    Recordset deleted;
+    deleted.Open(Folder() + "ordered.sdb");
+    deleted.Delete();
+    EXPECT_FALSE(deleted.ReadColumn(1)->Order());
+    EXPECT_FALSE(deleted.ReadColumn(0)->Stored());
+
+    Recordset changed;
+    changed.Open(Folder() + "ordered.sdb");
+    const auto before = changed.ReadColumn(1)->Order();
+    const std::string first = TextAt(changed, 0);
+    changed.Set("OptionalScan", 9);
+    changed.Update();
+    EXPECT_FALSE(changed.ReadColumn(1)->Order());
+    EXPECT_FALSE(changed.ReadColumn(0)->Stored());
+    EXPECT_EQ(TextAt(changed, 0), first);
+    EXPECT_NE(before, nullptr);
+    // Saved again, in the order that it has, it is what it was but for the change.
+    changed.Save(Path().substr(0, Path().size() - 4) + "2.sdb");
+    Recordset again;
+    again.Open(Path().substr(0, Path().size() - 4) + "2.sdb");
+    EXPECT_TRUE(again.ReadColumn(1)->Order());
+    EXPECT_EQ(again.Get("OptionalScan"), Value(9));
+
+    Recordset few;
+    Fill(few, 500);
+    few.SaveInOrder(1, Folder() + "few.sdb");
+    Recordset small;
+    small.Open(Folder() + "few.sdb");
+    EXPECT_FALSE(small.ReadColumn(1)->Order());
+    EXPECT_FALSE(small.ReadColumn(0)->Stored());
+    EXPECT_LT(TextAt(small, 0), TextAt(small, 1));
+}
+
+TEST_F(OrderedDigests, ADamagedLargeTableIsRefusedByItsName) {
+    Recordset table;
+    Fill(table, Many);
+    table.SaveInOrder(1, Path());
+    const std::string image = ReadFile(Path());
+    for (std::size_t at = 0; at < image.size(); at += image.size() / 37 + 1) {
+        std::string damaged = image;
+        damaged[at] = static_cast<char>(damaged[at] ^ 1);
+        ASSERT_EQ(OpenError(damaged), ErrDamagedTable) << at;
+    }
+    for (const std::size_t size : {image.size() - 1, image.size() - 8, image.size() / 2, image.size() / 3}) {
+        ASSERT_EQ(OpenError(image.substr(0, size)), ErrDamagedTable) << size;
+    }
+    EXPECT_THAT(ErrorText([&] {
+                    Recordset damaged;
+                    damaged.Open(Path());
+                }),
+                HasSubstr("table.sdb"));
+    EXPECT_EQ(OpenError(image), 0);
+}
+
+// With a right checksum it is a table like any other, only in no order.
+TEST_F(OrderedDigests, AForgedOrderIsNone) {
+    Recordset table;
+    Fill(table, Many);
+    table.SaveInOrder(1, Path());
+    std::string image = ReadFile(Path());
+    const std::size_t last = image.size() - 100'000 - (image.size() - 100'000) % 16;
+    std::fill_n(image.begin() + static_cast<std::ptrdiff_t>(last / 2), 16, '\0');
+    ForgeChecksum(image);
+    ASSERT_EQ(OpenError(image), 0);
+    Recordset forged;
+    forged.Open(Path());
+    EXPECT_FALSE(forged.ReadColumn(1)->Order());
+    EXPECT_FALSE(forged.ReadColumn(1)->PackedDigests().empty());
+}
+
+TEST_F(OrderedDigests, SavingInOrderPutsNullsFirstAndKeepsTheOrderOfEqualTexts) {
+    Recordset table;
+    Define(table);
+    Add(table, 1, "b");
+    Add(table, 2, "a");
+    table.AddNew();
+    table.Set("ID", 3);
+    table.Update();
+    Add(table, 4, "b");
+    Add(table, 5, "B");
+    table.SetFilter("ID=2");
+    table.SaveInOrder(1, Path());
+    Recordset loaded;
+    loaded.Open(Path());
+    std::vector<Value> ids;
+    for (; !loaded.Eof(); loaded.MoveNext()) {
+        ids.push_back(loaded.Get("ID"));
+    }
+    EXPECT_EQ(ids, (std::vector<Value>{3, 5, 2, 1, 4}));
+    EXPECT_EQ(ErrorNumber([&] { table.SaveInOrder(1, Path()); }), ErrFileExists);
+    EXPECT_EQ(ErrorNumber([&] { table.SaveInOrder(0, Folder() + "other.sdb"); }), ErrInvalidArgument);
+    EXPECT_EQ(ErrorNumber([&] { table.SaveInOrder(9, Folder() + "other.sdb"); }), ErrNotFound);
+    EXPECT_EQ(ErrorNumber([&] { table.SaveInOrder(1, ""); }), ErrInvalidArgument);
 }
 
 TEST_F(TableFiles, UpperCaseDigestsStayTexts) {

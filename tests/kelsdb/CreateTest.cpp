@@ -165,6 +165,22 @@ TEST_F(Create, TheSameRowsGiveTheSameBytes) {
     EXPECT_EQ(Read("a.sdb"), Read("b.sdb"));
 }
 
+TEST_F(Create, RowsOfDigestsComeInTheOrderOfTheirKeysAndTheirColumnsWithThem) {
+    const std::string rest(31, '0');
+    const std::string csv = "Key,ThreatID,OptionalScan\nF" + rest + ",3,2\n0" + rest + ",1,1\na" + rest + ",2,0\n";
+    ASSERT_EQ(KelsdbTest::Create("md5", "m.sdb", csv).code, 0);
+    EXPECT_EQ(Dump("m.sdb"),
+              "ThreatID,Key,OptionalScan\r\n1,0" + rest + ",1\r\n2,a" + rest + ",0\r\n3,f" + rest + ",2\r\n");
+    // What comes out goes in again, and gives the same file.
+    ASSERT_EQ(KelsdbTest::Create("md5", "again.sdb", Dump("m.sdb")).code, 0);
+    EXPECT_EQ(Read("again.sdb"), Read("m.sdb"));
+}
+
+TEST_F(Create, RowsOfOtherTablesStayInTheirOrder) {
+    ASSERT_EQ(KelsdbTest::Create("cookies", "c.sdb", "ThreatID,Key\n1,z.example\n2,a.example\n").code, 0);
+    EXPECT_EQ(Dump("c.sdb"), "ThreatID,Key\r\n1,z.example\r\n2,a.example\r\n");
+}
+
 TEST_F(Create, WhatCanNotBeReadOrWrittenHasItsOwnCode) {
     EXPECT_EQ(Kelsdb({"create", "--table", "md5", "-o", Path("m.sdb"), Path("missing.csv")}).code, 66);
     EXPECT_EQ(KelsdbTest::Create("extensions", "no/such/folder.sdb", "Extension\n.exe\n").code, 73);

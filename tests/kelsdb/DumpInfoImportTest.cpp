@@ -86,8 +86,9 @@ TEST_F(Import, TakesListsOfMd5sum) {
     const Outcome made =
         From("hashes", First + "  a file\n\\" + Second + " *odd\\nname\n00112233445566778899AABBCCDDEEFF");
     EXPECT_EQ(made.code, 0) << made.err;
-    EXPECT_EQ(Rows(), "ThreatID,Key,OptionalScan\r\n42," + First + ",0\r\n42," + Second +
-                          ",0\r\n42,00112233445566778899aabbccddeeff,0\r\n");
+    EXPECT_EQ(Rows(), "ThreatID,Key,OptionalScan\r\n42,00112233445566778899aabbccddeeff,0\r\n42," + First +
+                          ",0\r\n42," + Second + ",0\r\n")
+        << "in the order of their keys";
 }
 
 TEST_F(Import, ReadsSeveralFiles) {

@@ -110,7 +110,7 @@ int Create(tools::HostPlatform& host, const TableKind& kind, const std::string& 
         streams.err << rejections.Count() << " rejected; " << output << " is not written\n";
         return ExitRejected;
     }
-    SaveTable(host, builder.Rows(), output);
+    SaveTable(host, builder.Rows(), output, builder.Order());
     streams.out << output << ": " << builder.Count() << " rows\n";
     return ExitDone;
 }

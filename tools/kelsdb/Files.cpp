@@ -44,7 +44,8 @@ void OpenTable(tools::HostPlatform& host, Recordset& table, const std::string& p
     }
 }
 
-void SaveTable(tools::HostPlatform& host, Recordset& table, const std::string& path) {
+void SaveTable(tools::HostPlatform& host, Recordset& table, const std::string& path,
+               std::optional<std::size_t> orderBy) {
     const std::string temporary = path + ".part";
     std::error_code error;
     if (fs::is_directory(path, error)) {
@@ -53,7 +54,11 @@ void SaveTable(tools::HostPlatform& host, Recordset& table, const std::string& p
     try {
         const std::string enginePath = host.EnginePath(temporary);
         fs::remove(temporary, error);
-        table.Save(enginePath);
+        if (orderBy) {
+            table.SaveInOrder(*orderBy, enginePath);
+        } else {
+            table.Save(enginePath);
+        }
         fs::rename(temporary, path);
     } catch (const RuntimeError& failure) {
         fs::remove(temporary, error);

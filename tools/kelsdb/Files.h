@@ -1,8 +1,10 @@
 // Files that the commands read and write.
 #pragma once
 
+#include <cstddef>
 #include <fstream>
 #include <istream>
+#include <optional>
 #include <string>
 
 #include "core/Recordset.h"
@@ -32,6 +34,8 @@ private:
 void OpenTable(tools::HostPlatform& host, Recordset& table, const std::string& path);
 
 /// Writes a table under a temporary name and puts it in the place of `path` when it is whole. Throws Failure.
-void SaveTable(tools::HostPlatform& host, Recordset& table, const std::string& path);
+/// @param orderBy position of the column by whose texts the rows are put in order, if they are
+void SaveTable(tools::HostPlatform& host, Recordset& table, const std::string& path,
+               std::optional<std::size_t> orderBy);
 
 }  // namespace kel::kelsdb

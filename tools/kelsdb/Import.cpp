@@ -96,7 +96,7 @@ int Import(tools::HostPlatform& host, ImportForm form, std::int32_t threat, cons
         streams.err << rejected << " rejected; " << output << " is not written\n";
         return ExitRejected;
     }
-    SaveTable(host, builder.Rows(), output);
+    SaveTable(host, builder.Rows(), output, builder.Order());
     streams.out << output << ": " << builder.Count() << " rows\n";
     return ExitDone;
 }

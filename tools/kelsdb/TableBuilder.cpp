@@ -1,5 +1,6 @@
 #include "kelsdb/TableBuilder.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "catalogue/DigestIndex.h"
@@ -58,6 +59,12 @@ std::string TableBuilder::Add(const std::vector<CsvField>& fields, std::size_t l
 
 bool TableBuilder::Has(std::string_view key) const {
     return lines_.contains(Folded(key));
+}
+
+std::optional<std::size_t> TableBuilder::Order() const {
+    const auto key = std::find(columns_.begin(), columns_.end(), kind_.key);
+    return kind_.digests && key != columns_.end() ? std::optional(static_cast<std::size_t>(key - columns_.begin()))
+                                                  : std::nullopt;
 }
 
 std::string TableBuilder::TakeKey(Value& key, std::size_t line) {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -28,6 +29,9 @@ public:
     [[nodiscard]] bool Has(std::string_view key) const;
 
     [[nodiscard]] Recordset& Rows() { return rows_; }
+    /// The column by which the rows are put in order when they are written, as a position in Rows(): that of digests,
+    /// because the engine looks them up in the file if they are in order.
+    [[nodiscard]] std::optional<std::size_t> Order() const;
     [[nodiscard]] std::size_t Count() const { return count_; }
 
 private:

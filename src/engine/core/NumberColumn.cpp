@@ -67,9 +67,9 @@ std::unique_ptr<NumberColumn> NumberColumn::Over(const FieldDefinition& definiti
         return nullptr;
     }
     auto column = std::make_unique<NumberColumn>(definition);
-    column->base_ = stored.base;
-    column->width_ = WidthOf(stored.encoding);
-    column->data_ = stored.data.data();
+    column->form_.base = stored.base;
+    column->form_.width = WidthOf(stored.encoding);
+    column->form_.data = stored.data.data();
     column->Borrow(stored);
     return column->InRange() ? std::move(column) : nullptr;
 }
@@ -79,7 +79,7 @@ bool NumberColumn::InRange() const {
     if (range.width == 4) {
         return true;
     }
-    if (base_ < range.lowest || base_ > range.highest) {
+    if (form_.base < range.lowest || form_.base > range.highest) {
         return false;
     }
     std::array<std::int32_t, 1024> block{};
@@ -93,7 +93,7 @@ bool NumberColumn::InRange() const {
             highest = std::max(highest, number);
             lowest = std::min(lowest, number);
         }
-        if (lowest < base_ || highest > range.highest) {
+        if (lowest < form_.base || highest > range.highest) {
             return false;
         }
     }
@@ -102,15 +102,15 @@ bool NumberColumn::InRange() const {
 
 template <class Unsigned>
 void NumberColumn::NumbersOf(std::size_t first, std::span<std::int32_t> into) const {
-    const std::uint8_t* const from = data_ + first * sizeof(Unsigned);
+    const std::uint8_t* const from = form_.data + first * sizeof(Unsigned);
     for (std::size_t i = 0; i < into.size(); ++i) {
-        into[i] = static_cast<std::int32_t>(static_cast<std::uint32_t>(base_) +
+        into[i] = static_cast<std::int32_t>(static_cast<std::uint32_t>(form_.base) +
                                             LoadLittle<Unsigned>(from + i * sizeof(Unsigned)));
     }
 }
 
 void NumberColumn::Numbers(std::size_t first, std::span<std::int32_t> into) const {
-    switch (width_) {
+    switch (form_.width) {
         case 1:
             return NumbersOf<std::uint8_t>(first, into);
         case 2:
@@ -118,21 +118,21 @@ void NumberColumn::Numbers(std::size_t first, std::span<std::int32_t> into) cons
         case 4:
             return NumbersOf<std::uint32_t>(first, into);
         default:
-            std::fill(into.begin(), into.end(), base_);
+            std::fill(into.begin(), into.end(), form_.base);
     }
 }
 
 void NumberColumn::UseOwnForm() {
     const Range range = RangeOf(Definition().type);
-    base_ = range.lowest;
-    width_ = range.width;
-    data_ = own_.data();
+    form_.base = range.lowest;
+    form_.width = range.width;
+    form_.data = own_.data();
 }
 
 void NumberColumn::Store(std::size_t row, std::int32_t number) {
-    const std::uint32_t offset = static_cast<std::uint32_t>(number) - static_cast<std::uint32_t>(base_);
-    std::uint8_t* at = own_.data() + row * width_;
-    for (std::size_t i = 0; i < width_; ++i) {
+    const std::uint32_t offset = static_cast<std::uint32_t>(number) - static_cast<std::uint32_t>(form_.base);
+    std::uint8_t* at = own_.data() + row * form_.width;
+    for (std::size_t i = 0; i < form_.width; ++i) {
         at[i] = static_cast<std::uint8_t>(offset >> (8 * i));
     }
 }
@@ -150,13 +150,13 @@ void NumberColumn::OwnValues() {
 }
 
 void NumberColumn::AppendValue(const Value& value) {
-    own_.resize(own_.size() + width_);
-    data_ = own_.data();
-    Store(own_.size() / width_ - 1, NumberOf(value));
+    own_.resize(own_.size() + form_.width);
+    form_.data = own_.data();
+    Store(own_.size() / form_.width - 1, NumberOf(value));
 }
 
 void NumberColumn::DropLastValue() {
-    own_.resize(own_.size() - width_);
+    own_.resize(own_.size() - form_.width);
 }
 
 void NumberColumn::AssignValue(std::size_t row, const Value& value) {
@@ -167,8 +167,8 @@ void NumberColumn::KeepValues(const std::vector<std::uint32_t>& rows) {
     for (std::size_t i = 0; i < rows.size(); ++i) {
         Store(i, At(rows[i]));
     }
-    own_.resize(rows.size() * width_);
-    data_ = own_.data();
+    own_.resize(rows.size() * form_.width);
+    form_.data = own_.data();
 }
 
 RecordColumn::Encoded NumberColumn::Encode(const std::vector<std::uint32_t>& rows, bool constantAllowed,

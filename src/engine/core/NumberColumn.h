@@ -7,6 +7,7 @@
 
 #include "core/LittleEndian.h"
 #include "core/RecordColumn.h"
+#include "core/StoredNumbers.h"
 
 namespace kel {
 
@@ -21,6 +22,8 @@ public:
     [[nodiscard]] double Real(std::size_t row) const override { return At(row); }
     /// The numbers of the rows from `first` on, whatever their nulls.
     void Numbers(std::size_t first, std::span<std::int32_t> into) const;
+    /// All rows as they lie in memory, until the next change.
+    [[nodiscard]] const StoredNumbers& Form() const { return form_; }
     Encoded Encode(const std::vector<std::uint32_t>& rows, bool constantAllowed, std::string& data) const override;
 
 protected:
@@ -33,28 +36,12 @@ protected:
 private:
     template <class Unsigned>
     void NumbersOf(std::size_t first, std::span<std::int32_t> into) const;
-    [[nodiscard]] std::uint32_t Offset(std::size_t row) const {
-        switch (width_) {
-            case 1:
-                return data_[row];
-            case 2:
-                return LoadLittle<std::uint16_t>(data_ + row * 2);
-            case 4:
-                return LoadLittle<std::uint32_t>(data_ + row * 4);
-            default:
-                return 0;
-        }
-    }
-    [[nodiscard]] std::int32_t At(std::size_t row) const {
-        return static_cast<std::int32_t>(static_cast<std::uint32_t>(base_) + Offset(row));
-    }
+    [[nodiscard]] std::int32_t At(std::size_t row) const { return form_.At(row); }
     [[nodiscard]] bool InRange() const;
     void UseOwnForm();
     void Store(std::size_t row, std::int32_t number);
 
-    std::int32_t base_ = 0;
-    std::size_t width_ = 0;
-    const std::uint8_t* data_ = nullptr;
+    StoredNumbers form_;
     std::vector<std::uint8_t> own_;
 };
 

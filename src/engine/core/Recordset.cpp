@@ -43,6 +43,7 @@ struct Recordset::Impl {
     std::vector<FieldDefinition> fields;
     RecordColumns columns;
     std::shared_ptr<platform::FileView> image;
+    std::shared_ptr<const DigestOrder> order;
     bool open = false;
     std::string path;
 
@@ -183,6 +184,7 @@ struct Recordset::Impl {
             column->Own();
         }
         image.reset();
+        order.reset();
     }
 
     // Before a save in place: rows that are still read from the file move to memory first.
@@ -313,6 +315,7 @@ void Recordset::Open(std::string_view path, SourceLocation where) {
         }
         impl_->columns = std::move(table.columns);
         impl_->image = std::move(table.image);
+        impl_->order = std::move(table.order);
         impl_->path = path;
         impl_->open = true;
         impl_->GoTo(impl_->Next(0));
@@ -342,6 +345,28 @@ void Recordset::Save(std::string_view path, SourceLocation where) {
         }
         WriteSdb(target, impl_->columns, impl_->LiveRows());
         impl_->path = target;
+    });
+}
+
+void Recordset::SaveInOrder(std::size_t position, std::string_view path, SourceLocation where) {
+    AtStatement(where, [&] {
+        impl_->RequireOpen();
+        impl_->RequireField(position);
+        if (path.empty() || impl_->fields[position].type != FieldType::VarChar) {
+            Raise(ErrInvalidArgument);
+        }
+        const RecordColumn& column = *impl_->columns[position];
+        std::vector<std::uint32_t> rows = impl_->LiveRows();
+        std::string leftScratch;
+        std::string rightScratch;
+        std::stable_sort(rows.begin(), rows.end(), [&](std::uint32_t left, std::uint32_t right) {
+            if (column.IsNull(left) || column.IsNull(right)) {
+                return column.IsNull(left) && !column.IsNull(right);
+            }
+            return column.Text(left, leftScratch) < column.Text(right, rightScratch);
+        });
+        WriteSdb(path, impl_->columns, rows);
+        impl_->path = path;
     });
 }
 
@@ -543,8 +568,8 @@ std::unique_ptr<Recordset::Column> Recordset::ReadColumn(std::size_t position, S
         impl_->RequireOpen();
         impl_->RequireField(position);
         return MakeLiveColumn(*impl_->columns[position],
-                              impl_->deletedCount == 0 ? std::vector<std::uint32_t>() : impl_->LiveRows(),
-                              impl_->image);
+                              impl_->deletedCount == 0 ? std::vector<std::uint32_t>() : impl_->LiveRows(), impl_->image,
+                              impl_->order);
     });
 }
 

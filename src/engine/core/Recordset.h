@@ -4,15 +4,19 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "core/SourceLocation.h"
+#include "core/StoredNumbers.h"
 #include "core/Value.h"
 
 namespace kel {
+
+class DigestOrder;
 
 /// Column types by the service's numbers.
 enum class FieldType : std::uint16_t {
@@ -57,6 +61,9 @@ public:
     /// Writes all committed rows, whatever the filter says, as a new file. `path` empty: in place of the file that the
     /// table was opened from or last saved to.
     void Save(std::string_view path = {}, SourceLocation where = SourceLocation::current());
+    /// The same in the order of the bytes of one column's texts, nulls first, and otherwise of the rows. A large table
+    /// of digests that was saved so is looked up where it lies, without a copy. `path` must not be empty.
+    void SaveInOrder(std::size_t position, std::string_view path, SourceLocation where = SourceLocation::current());
 
     /// Restricts the rows; the empty text lets all through.
     void SetFilter(std::string_view filter, SourceLocation where = SourceLocation::current());
@@ -107,6 +114,13 @@ public:
         /// Says that these of the packed digests won't be read for a while: the memory of a table that is read from its
         /// file is given back.
         virtual void LetGo(std::span<const std::uint8_t> packed) const = 0;
+        /// For a lookup without a copy: the packed digests of all rows, when they are in ascending order in a large
+        /// table's file. It may outlive the table, and what Stored gives of the same table lives as long. Null when it
+        /// is another table, or has nulls or deleted rows.
+        [[nodiscard]] virtual std::shared_ptr<const DigestOrder> Order() const = 0;
+        /// The numbers of all rows as they lie in the file, for Integer, SmallInt and Boolean columns. Nothing when one
+        /// is null or deleted, or they don't lie in a file.
+        [[nodiscard]] virtual std::optional<StoredNumbers> Stored() const = 0;
     };
     [[nodiscard]] std::size_t RowCount(SourceLocation where = SourceLocation::current()) const;
     [[nodiscard]] std::unique_ptr<Column> ReadColumn(std::size_t position,

@@ -2,12 +2,15 @@
 
 #include <xxhash.h>
 
+#include <algorithm>
 #include <array>
 #include <limits>
+#include <new>
 #include <optional>
 #include <span>
 #include <utility>
 
+#include "core/LargeArray.h"
 #include "core/LittleEndian.h"
 #include "core/Paths.h"
 #include "core/RuntimeError.h"
@@ -44,13 +47,41 @@ constexpr std::size_t ColumnSize = 24;
 
 constexpr std::size_t Alignment = 8;
 
-// From this size on a table of digests is read from the mapping, and not copied.
-constexpr std::size_t MapFrom = std::size_t{1024} * 1024;
+// In pieces that the cache holds, so that `order`, if there is one, finds its digests there.
+constexpr std::size_t PieceSize = std::size_t{128} * 1024;
 
-std::uint64_t ChecksumOf(Bytes image) {
-    const XXH64_hash_t head = XXH3_64bits(image.data(), ChecksumAt);
-    return XXH3_64bits_withSeed(image.data() + HeaderSize, image.size() - HeaderSize, head);
+std::uint64_t ChecksumOf(Bytes image, DigestOrder* order = nullptr) {
+    // Not on the stack, which is not always aligned as the state must be.
+    struct Free {
+        void operator()(XXH3_state_t* state) const { XXH3_freeState(state); }
+    };
+    const std::unique_ptr<XXH3_state_t, Free> state(XXH3_createState());
+    if (!state) {
+        throw std::bad_alloc();
+    }
+    XXH3_64bits_reset_withSeed(state.get(), XXH3_64bits(image.data(), ChecksumAt));
+    for (std::size_t at = HeaderSize; at < image.size(); at += PieceSize) {
+        const Bytes piece = image.subspan(at, std::min(PieceSize, image.size() - at));
+        XXH3_64bits_update(state.get(), piece.data(), piece.size());
+        if (order != nullptr) {
+            order->TakeUpTo(piece.data() + piece.size());
+        }
+    }
+    return XXH3_64bits_digest(state.get());
 }
+
+// A copy of a file that must be left alone.
+class CopiedView final : public platform::FileView {
+public:
+    explicit CopiedView(std::span<const std::byte> bytes) : bytes_(bytes.size()), size_(bytes.size()) {
+        std::copy(bytes.begin(), bytes.end(), bytes_.Get());
+    }
+    [[nodiscard]] std::span<const std::byte> Bytes() const override { return {bytes_.Get(), size_}; }
+
+private:
+    LargeArray<std::byte> bytes_;
+    std::size_t size_;
+};
 
 bool IsKnownType(std::uint16_t type) {
     switch (static_cast<FieldType>(type)) {
@@ -89,7 +120,7 @@ std::optional<std::uint64_t> ExpectedData(std::uint8_t encoding, std::uint64_t r
 // Walks the sections of an image from front to back and never past its end.
 class ImageReader {
 public:
-    explicit ImageReader(Bytes image) : image_(image) {}
+    ImageReader(Bytes image, bool large) : image_(image), large_(large) {}
 
     // False at the first thing that is not as it must be.
     bool Read(SdbTable& table) {
@@ -108,7 +139,7 @@ public:
             table.columns.push_back(std::move(column));
         }
         table.rows = rows_;
-        return at_ == image_.size();
+        return at_ == image_.size() && TestBytes(table);
     }
 
 private:
@@ -122,9 +153,30 @@ private:
         rows_ = LoadLittle<std::uint32_t>(&image_[RowCountAt]);
         at_ = HeaderSize;
         return LoadLittle<std::uint16_t>(&image_[VersionAt]) == Version &&
-               LoadLittle<std::uint64_t>(&image_[FileSizeAt]) == image_.size() &&
-               LoadLittle<std::uint64_t>(&image_[ChecksumAt]) == ChecksumOf(image_) && columns_ >= 1 &&
+               LoadLittle<std::uint64_t>(&image_[FileSizeAt]) == image_.size() && columns_ >= 1 &&
                columns_ <= MaxColumns && rows_ <= std::numeric_limits<std::int32_t>::max();
+    }
+
+    // The one pass over all bytes of a large table: its checksum, and the order of its digests.
+    bool TestBytes(SdbTable& table) const {
+        std::unique_ptr<DigestOrder> order = large_ ? BeginOrder(table) : nullptr;
+        if (LoadLittle<std::uint64_t>(&image_[ChecksumAt]) != ChecksumOf(image_, order.get())) {
+            return false;
+        }
+        if (order && order->Finish()) {
+            table.order = std::move(order);
+        }
+        return true;
+    }
+
+    static std::unique_ptr<DigestOrder> BeginOrder(const SdbTable& table) {
+        for (const auto& column : table.columns) {
+            const std::uint8_t* const digests = table.rows == 0 || column->HasNulls() ? nullptr : column->Digest(0);
+            if (digests != nullptr) {
+                return DigestOrder::Begin(digests, table.rows);
+            }
+        }
+        return nullptr;
     }
 
     // The next section; nothing when the image ends before it does.
@@ -205,6 +257,7 @@ private:
     }
 
     Bytes image_;
+    bool large_;
     std::size_t at_ = 0;
     std::size_t columns_ = 0;
     std::uint32_t rows_ = 0;
@@ -217,6 +270,16 @@ bool HasDigests(const SdbTable& table) {
         }
     }
     return false;
+}
+
+std::shared_ptr<const DigestOrder> Keeping(std::shared_ptr<platform::FileView> image,
+                                           std::shared_ptr<const DigestOrder> order) {
+    struct Pair {
+        std::shared_ptr<platform::FileView> image;
+        std::shared_ptr<const DigestOrder> order;
+    };
+    const DigestOrder* const kept = order.get();
+    return {std::make_shared<Pair>(Pair{std::move(image), std::move(order)}), kept};
 }
 
 void Pad(std::string& image) {
@@ -272,21 +335,30 @@ std::string MakeImage(const std::vector<std::unique_ptr<RecordColumn>>& columns,
 
 }  // namespace
 
-SdbTable ReadSdb(std::string_view path) {
+SdbTable ReadSdb(std::string_view path, std::size_t largeFrom) {
     auto opened = platform::Current().files->View(path);
     if (!opened) {
         paths::RaiseFileError(opened.Error(), path);
     }
-    const std::shared_ptr<platform::FileView> view = std::move(opened).Value();
+    std::shared_ptr<platform::FileView> view = std::move(opened).Value();
+    const bool large = view->Bytes().size() >= largeFrom;
+    if (large && view->HoldsFile()) {
+        view = std::make_shared<CopiedView>(view->Bytes());
+    }
     const Bytes bytes{reinterpret_cast<const std::uint8_t*>(view->Bytes().data()), view->Bytes().size()};
     SdbTable table;
-    if (!ImageReader(bytes).Read(table)) {
+    if (!ImageReader(bytes, large).Read(table)) {
         Raise(ErrDamagedTable, path);
     }
-    if (bytes.size() >= MapFrom && HasDigests(table)) {
-        // Testing the checksum has read all of it; a loader reads a part after the other.
-        view->LetGo(view->Bytes());
-        table.image = view;
+    if (large && HasDigests(table)) {
+        if (table.order) {
+            // The order alone is enough to keep what it is of.
+            table.order = Keeping(view, std::move(table.order));
+        } else {
+            // Testing the checksum has read all of it; a loader reads a part after the other.
+            view->LetGo(view->Bytes());
+        }
+        table.image = std::move(view);
         return table;
     }
     for (const auto& column : table.columns) {

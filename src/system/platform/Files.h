@@ -86,6 +86,8 @@ public:
     /// Says that these of the bytes won't be read for a while, so that the memory that they take can be used for
     /// something else. They can still be read.
     virtual void LetGo(std::span<const std::byte> /*bytes*/) {}
+    /// Whether the file can't be deleted, nor another one put in its place, as long as this object lives.
+    [[nodiscard]] virtual bool HoldsFile() const { return false; }
 };
 
 /// What tells whether a file is still the one that it was, with the bytes that it had. Numbers of the platform's own;

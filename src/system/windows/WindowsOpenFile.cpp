@@ -111,6 +111,7 @@ public:
     MappedView(const MappedView&) = delete;
     MappedView& operator=(const MappedView&) = delete;
     [[nodiscard]] std::span<const std::byte> Bytes() const override { return {start_, size_}; }
+    [[nodiscard]] bool HoldsFile() const override { return true; }
 
 private:
     const std::byte* start_;
