@@ -39,7 +39,7 @@ public:
     PlacesAhead(std::shared_ptr<SignatureTable> table, std::shared_ptr<clsFolderPaths> folders, const std::size_t& row)
         : table_(std::move(table)), folders_(std::move(folders)), row_(row) {}
 
-    bool Next(AheadItem& item) override {
+    bool Next(AheadItem& item, bool /*slow*/) override {
         next_ = std::max(next_, row_);
         if (next_ > table_->Count()) {
             return false;

@@ -1,5 +1,6 @@
 #include "scanner/WalkAhead.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "core/Text.h"
@@ -13,6 +14,9 @@ using Kind = platform::FolderAhead::Kind;
 
 // No folder with this word in its full path is entered, the engine's own quarantine among them.
 constexpr std::string_view Quarantine = "Quarantine";
+
+// Folders of a slow medium that are asked for before they are entered.
+constexpr unsigned FoldersAsked = 16;
 
 }  // namespace
 
@@ -34,7 +38,24 @@ void WalkAhead::Enter(std::string path) {
     }
 }
 
-bool WalkAhead::Next(AheadItem& item) {
+bool WalkAhead::IsEntered(const Level& level, std::size_t index) {
+    platform::FolderAhead& files = *level.folder->files;
+    const std::string_view name = files.Name(index);
+    return files.KindOf(index) == Kind::Folder && MayBeEntered(name, level.folder->path + std::string(name));
+}
+
+void WalkAhead::AskForFolders(Level& level) {
+    platform::FolderAhead& files = *level.folder->files;
+    level.askedTo = std::max(level.askedTo, level.next);
+    for (; level.asked < FoldersAsked && level.askedTo < files.Count(); ++level.askedTo) {
+        if (IsEntered(level, level.askedTo)) {
+            files.WillBeEntered(level.askedTo);
+            ++level.asked;
+        }
+    }
+}
+
+bool WalkAhead::Next(AheadItem& item, bool slow) {
     while (!levels_.empty()) {
         Level& level = levels_.back();
         platform::FolderAhead& files = *level.folder->files;
@@ -53,6 +74,10 @@ bool WalkAhead::Next(AheadItem& item) {
                 std::string path = level.folder->path;
                 path += name;
                 if (MayBeEntered(name, path)) {
+                    level.asked -= index < level.askedTo && level.asked > 0 ? 1 : 0;
+                    if (slow) {
+                        AskForFolders(level);
+                    }
                     Enter(std::move(path));
                 }
             }

@@ -20,16 +20,21 @@ class WalkAhead : public AheadSource {
 public:
     /// @param pattern names to take, as Files::MatchSpec has it; empty for all
     WalkAhead(std::string start, std::string pattern);
-    bool Next(AheadItem& item) override;
+    bool Next(AheadItem& item, bool slow) override;
 
 private:
     struct Level {
         std::shared_ptr<const AheadFolder> folder;
         std::size_t next = 0;
         bool enters = false;  ///< its files are through
+        // Of its folders, those that were asked for: up to which entry, and how many of them were not entered yet.
+        std::size_t askedTo = 0;
+        unsigned asked = 0;
     };
 
     void Enter(std::string path);
+    static bool IsEntered(const Level& level, std::size_t index);
+    static void AskForFolders(Level& level);
 
     std::string pattern_;
     std::vector<Level> levels_;

@@ -39,7 +39,7 @@ std::size_t Limit() {
 
 }  // namespace
 
-bool ListedFiles::Next(AheadItem& item) {
+bool ListedFiles::Next(AheadItem& item, bool /*slow*/) {
     if (next_ == paths_.size()) {
         return false;
     }
@@ -153,7 +153,7 @@ bool LookAhead::Fetch() {
         return false;
     }
     Item& item = At(end_);
-    atEnd_ = !source_->Next(item.what);
+    atEnd_ = !source_->Next(item.what, medium_.IsSlow());
     if (atEnd_) {
         return false;
     }

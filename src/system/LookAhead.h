@@ -37,7 +37,8 @@ class AheadSource {
 public:
     virtual ~AheadSource() = default;
     /// False at the end.
-    virtual bool Next(AheadItem& item) = 0;
+    /// @param slow whether the medium is, so that folders too are worth asking for early
+    virtual bool Next(AheadItem& item, bool slow) = 0;
 };
 
 /// Files by their full paths.
@@ -55,7 +56,7 @@ class ListedFiles : public PathsAhead {
 public:
     /// @param paths full paths; what of them is no file is passed over
     explicit ListedFiles(std::vector<std::string> paths) : paths_(std::move(paths)) {}
-    bool Next(AheadItem& item) override;
+    bool Next(AheadItem& item, bool slow) override;
 
 private:
     std::vector<std::string> paths_;

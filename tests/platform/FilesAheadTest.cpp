@@ -55,7 +55,7 @@ TEST_F(FilesAhead, AFolderTellsItsEntriesAndTheirKinds) {
 }
 
 TEST_F(FilesAhead, AFolderThatIsNotThereIsNone) {
-    EXPECT_EQ(Ahead("none"), nullptr);
+    EXPECT_EQ(Ahead("none\\"), nullptr);
 }
 
 TEST_F(FilesAhead, AFileIsReadToItsEndAskedForOrNot) {
@@ -81,6 +81,16 @@ TEST_F(FilesAhead, AskingForAFileThatIsClosedUnreadDoesNoHarm) {
         file->WillBeRead();
     }
     EXPECT_EQ(ReadAll(*OpenSettled(*folder, "a.txt")), "0123456789");
+}
+
+TEST_F(FilesAhead, AFolderThatIsAskedForIsEnteredAsEver) {
+    MakeFolder(Real(), Path("sub"));
+    Put("sub\\a.txt", "a");
+    const auto folder = Ahead();
+    folder->WillBeEntered(*folder->IndexOf("sub"));
+    const auto sub = Ahead("sub\\");
+    ASSERT_NE(sub, nullptr);
+    EXPECT_EQ(sub->Count(), 1U);
 }
 
 TEST_F(FilesAhead, AFileThatWasJustReadIsInMemoryWhereThatCanBeTold) {

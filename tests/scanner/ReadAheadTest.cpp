@@ -1,6 +1,7 @@
 // What is read ahead changes nothing that a scan says, counts, records or logs.
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <chrono>
 #include <functional>
 #include <optional>
@@ -33,6 +34,7 @@ public:
     std::size_t asked = 0;              ///< of those ahead, the ones that the medium was told of
     std::chrono::microseconds slow{0};  ///< what each reading ahead takes longer
     std::optional<bool> inMemory;       ///< what the platform tells; nothing: it can't
+    std::vector<std::string> folders;   ///< names of those that the medium was told of
 
     platform::Result<platform::FileStamp> Stamp(std::string_view path) override { return Inner().Stamp(path); }
     std::unique_ptr<platform::FolderAhead> Ahead(std::string_view folder) override {
@@ -82,6 +84,10 @@ private:
             all_.ahead.emplace_back(inner_->Name(index));
             auto file = inner_->Open(index);
             return file ? std::make_unique<File>(std::move(file), all_) : nullptr;
+        }
+        void WillBeEntered(std::size_t index) override {
+            all_.folders.emplace_back(inner_->Name(index));
+            inner_->WillBeEntered(index);
         }
 
     private:
@@ -171,6 +177,8 @@ protected:
         files.ahead.clear();
         files.opened.clear();
         files.bytesAhead = 0;
+        files.folders.clear();
+        files.asked = 0;
         scanner.ResetScan();
         ScanAbortFlag() = false;
         const auto scan = BareScan();
@@ -280,6 +288,27 @@ TEST_F(ReadAhead, FilesThatAreNotInMemoryAreAskedForFromTheFirstOn) {
     const std::size_t asked = files.asked;
     EXPECT_THAT(asked, ::testing::Gt(90U)) << "all that are hashed";
     EXPECT_THAT(asked, ::testing::Le(files.ahead.size()));
+}
+
+TEST_F(ReadAhead, FoldersOfASlowMediumAreAskedForOnceAndOnlyThoseThatAreEntered) {
+    for (int number = 10; number < 70; ++number) {
+        File("sub " + std::to_string(number) + "\\a.bin", Bytes(2000, 'a'));
+    }
+    File("a.bin", Bytes(2000, 'b'));
+    File("sub 20 Quarantine\\a.bin", Bytes(2000, 'a'));
+    File(".sub\\a.bin", Bytes(2000, 'a'));
+    Settle();
+    const Traces without = Run("0", [&] { WalkTop(); });
+    EXPECT_THAT(files.folders, IsEmpty());
+    files.inMemory = true;
+    EXPECT_EQ(Run(nullptr, [&] { WalkTop(); }), without);
+    EXPECT_THAT(files.folders, IsEmpty());
+    files.inMemory = false;
+    EXPECT_EQ(Run(nullptr, [&] { WalkTop(); }), without);
+    EXPECT_THAT(files.folders, SizeIs(::testing::AllOf(::testing::Ge(50U), ::testing::Le(60U))));
+    EXPECT_THAT(files.folders, ::testing::Each(::testing::MatchesRegex("sub [0-9]+")));
+    std::sort(files.folders.begin(), files.folders.end());
+    EXPECT_EQ(std::unique(files.folders.begin(), files.folders.end()), files.folders.end());
 }
 
 TEST_F(ReadAhead, FilesOutsideOfTheLimitsAreNotRead) {

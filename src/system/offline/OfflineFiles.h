@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 
 #include <filesystem>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -13,6 +14,8 @@
 #include "platform/Files.h"
 
 namespace kel::offline {
+
+class KernelQueue;
 
 /// The rules of paths, names and attributes are in docs/offline.md.
 class OfflineFiles : public platform::Files {
@@ -45,6 +48,8 @@ public:
     platform::Result<std::string> ShortPath(std::string_view path) override;
     std::vector<std::string> LogicalDrives() override;
     platform::DriveKind DriveType(std::string_view root) override;
+    /// For what is read ahead: alive as long as somebody has it.
+    std::shared_ptr<KernelQueue> Queue();
     bool MatchSpec(std::string_view name, std::string_view spec) override;
     std::string CurrentFolder() override;
     platform::SysError SetCurrentFolder(std::string_view path) override;
@@ -62,6 +67,7 @@ private:
     platform::Result<std::string> Convert(std::string_view path, NameOf nameOf);
 
     PathResolver resolver_;
+    std::weak_ptr<KernelQueue> queue_;
 };
 
 }  // namespace kel::offline

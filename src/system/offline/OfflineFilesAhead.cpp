@@ -1,6 +1,7 @@
 // Files that are read before they are asked for.
 #include <dirent.h>
 #include <fcntl.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/uio.h>
 #include <unistd.h>
@@ -9,6 +10,7 @@
 #include <cerrno>
 #include <ctime>
 
+#include "offline/KernelQueue.h"
 #include "offline/OfflineFiles.h"
 
 namespace kel::offline {
@@ -45,9 +47,21 @@ bool IsSettled(const struct stat& status) {
 
 class HostAheadFile : public AheadFile {
 public:
-    HostAheadFile(HostFd fd, const FileStamp& stamp) : fd_(std::move(fd)) { stamp_ = stamp; }
+    HostAheadFile(OfflineFiles& files, HostFd fd, const FileStamp& stamp) : files_(files), fd_(std::move(fd)) {
+        stamp_ = stamp;
+    }
+    ~HostAheadFile() override {
+        if (queue_) {
+            queue_->Close(request_, std::move(fd_));
+        }
+    }
+    HostAheadFile(const HostAheadFile&) = delete;
+    HostAheadFile& operator=(const HostAheadFile&) = delete;
 
     std::size_t Read(std::span<std::byte> into) override {
+        if (queue_) {
+            queue_->Begin(request_);  // and all behind it, before this process waits for it
+        }
         for (;;) {
             const ssize_t count = read(fd_.Get(), into.data(), into.size());
             if (count >= 0) {
@@ -58,7 +72,14 @@ public:
             }
         }
     }
-    void WillBeRead() override { posix_fadvise(fd_.Get(), 0, 0, POSIX_FADV_WILLNEED); }
+    void WillBeRead() override {
+        queue_ = files_.Queue();
+        request_ = queue_->AskForFile(fd_.Get());
+        if (request_ == 0) {
+            queue_.reset();
+            posix_fadvise(fd_.Get(), 0, 0, POSIX_FADV_WILLNEED);
+        }
+    }
     std::optional<bool> InMemory() override {
         std::byte first{};
         const iovec into{&first, 1};
@@ -69,13 +90,23 @@ public:
     }
 
 private:
+    OfflineFiles& files_;
     HostFd fd_;
+    std::shared_ptr<KernelQueue> queue_;  // null unless the file was asked for there
+    std::uint64_t request_ = 0;
 };
+
+// Files that are read ahead leave a quarter of the process's descriptors to all others.
+int FirstDescriptorForOthers() {
+    rlimit limit{};
+    constexpr rlim_t Many = 1U << 20;
+    return getrlimit(RLIMIT_NOFILE, &limit) == 0 ? static_cast<int>(std::min(limit.rlim_cur, Many) / 4 * 3) : 0;
+}
 
 class HostFolderAhead : public FolderAhead {
 public:
-    HostFolderAhead(std::shared_ptr<Folder> folder, std::shared_ptr<Listing> listing)
-        : folder_(std::move(folder)), listing_(std::move(listing)) {}
+    HostFolderAhead(OfflineFiles& files, std::shared_ptr<Folder> folder, std::shared_ptr<Listing> listing)
+        : files_(files), folder_(std::move(folder)), listing_(std::move(listing)) {}
 
     [[nodiscard]] std::size_t Count() const override { return listing_->Size(); }
     [[nodiscard]] std::string_view Name(std::size_t index) const override { return listing_->Name(index); }
@@ -109,10 +140,20 @@ public:
             fd = HostFd(openat(folder_->Fd(), host, Flags));  // another owner's
         }
         struct stat status;
-        if (!fd.Valid() || fstat(fd.Get(), &status) != 0 || !S_ISREG(status.st_mode) || !IsSettled(status)) {
+        if (!fd.Valid() || fd.Get() >= firstForOthers_ || fstat(fd.Get(), &status) != 0 || !S_ISREG(status.st_mode) ||
+            !IsSettled(status)) {
             return nullptr;
         }
-        return std::make_unique<HostAheadFile>(std::move(fd), StampOf(status));
+        return std::make_unique<HostAheadFile>(files_, std::move(fd), StampOf(status));
+    }
+    void WillBeEntered(std::size_t index) override {
+        std::string changed;
+        if (const char* const host = HostNameAt(index, changed)) {
+            if (!queue_) {
+                queue_ = files_.Queue();
+            }
+            queue_->AskForFolder(folder_->Fd(), host);
+        }
     }
 
 private:
@@ -129,8 +170,11 @@ private:
         return changed.c_str();
     }
 
+    OfflineFiles& files_;
+    const int firstForOthers_ = FirstDescriptorForOthers();
     std::shared_ptr<Folder> folder_;
     std::shared_ptr<Listing> listing_;
+    std::shared_ptr<KernelQueue> queue_;  // null unless folders in it were asked for
 };
 
 }  // namespace
@@ -151,10 +195,19 @@ Result<FileStamp> OfflineFiles::Stamp(std::string_view path) {
     return StampOf(status);
 }
 
+std::shared_ptr<KernelQueue> OfflineFiles::Queue() {
+    auto queue = queue_.lock();
+    if (!queue) {
+        queue = std::make_shared<KernelQueue>();
+        queue_ = queue;
+    }
+    return queue;
+}
+
 std::unique_ptr<FolderAhead> OfflineFiles::Ahead(std::string_view folder) {
     auto open = resolver_.FolderAt(folder);
     auto listing = open ? open->List() : SysError::PathNotFound;
-    return listing ? std::make_unique<HostFolderAhead>(std::move(open), *listing) : nullptr;
+    return listing ? std::make_unique<HostFolderAhead>(*this, std::move(open), *listing) : nullptr;
 }
 
 }  // namespace kel::offline

@@ -135,6 +135,8 @@ public:
     /// Opens a file without a trace, where that is allowed of its last access too. Null when it is no file, can't be
     /// opened, or changed so recently that a further change could go unseen.
     virtual std::unique_ptr<AheadFile> Open(std::size_t index) = 0;
+    /// Says that a folder of it will be entered soon. It does not wait for it.
+    virtual void WillBeEntered(std::size_t /*index*/) {}
 };
 
 enum class OpenMode {
