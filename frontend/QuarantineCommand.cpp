@@ -273,6 +273,7 @@ int Restore(Run& run) {
     bool all = true;
     for (const Threat& threat : threats) {
         all = RestoreOne(run, *threat) && all;
+        run.report.HandOut();
     }
     return all ? ExitClean : ExitIncomplete;
 }
@@ -293,6 +294,7 @@ int Destroy(Run& run) {
                                                    : " is NOT destroyed in full: its folder could not be removed, "
                                                      "or the records could not be written"));
         }
+        run.report.HandOut();
     }
     return all ? ExitClean : ExitIncomplete;
 }

@@ -34,7 +34,7 @@ RecordReport::RecordReport(std::string command, OutputFormat format, const Strea
 
 RecordReport::~RecordReport() {
     ObserveFailures({});
-    out_.Write(held_);
+    HandOut();
 }
 
 void RecordReport::Line(const std::string& text) {
@@ -60,9 +60,13 @@ void RecordReport::Message(const std::string& text) {
 void RecordReport::Add(const std::string& line) {
     held_ += line;
     if (held_.size() >= PieceBytes) {
-        out_.Write(held_);
-        held_.clear();
+        HandOut();
     }
+}
+
+void RecordReport::HandOut() {
+    out_.Write(held_);
+    held_.clear();
 }
 
 int RecordReport::Finish(int code) {
@@ -70,8 +74,7 @@ int RecordReport::Finish(int code) {
 }
 
 int RecordReport::FinishJudged(int code) {
-    out_.Write(held_);
-    held_.clear();
+    HandOut();
     if (!out_.Problem().empty()) {
         Message("the results could not be written: " + out_.Problem());
         return ExitIncomplete;

@@ -33,6 +33,8 @@ public:
     /// A message for people on standard error, in any format.
     void Message(const std::string& text);
 
+    /// Hands out what was told so far: behind each part of a work that takes a while.
+    void HandOut();
     /// Hands out what is still held back.
     /// @param code what the command ends with if all went well
     /// @return this code, or the one for incomplete work after a failure of the engine or of the output

@@ -5,6 +5,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "core/Collection.h"
 #include "core/Value.h"
@@ -66,6 +67,12 @@ bool RegValueDataEquals(Hive hive, std::string_view key, std::string_view name, 
 /// Path of the file that serves a class in its clients' processes, in lower case and resolved. Empty for a text of
 /// fewer than 10 characters, and when none is registered or the file is not there.
 std::string GetFilePathFromCLSID(std::string_view clsid);
+/// Whether short names and marks that resolving takes out count as any name.
+enum class Marks { Names, Any };
+/// Those subkeys of HKEY_CLASSES_ROOT\CLSID, in the order of their listing, whose server's text holds the name of the
+/// file, without regard to case; for the empty name all that have a server. Where all changes of the registry are known
+/// (not on a live machine) the classes are read once.
+std::vector<std::string> ClassesServedFrom(std::string_view fileName, Marks marks);
 /// The classes whose file that is: those subkeys of HKEY_CLASSES_ROOT\CLSID, in the order of their listing, whose
 /// GetFilePathFromCLSID is the path, without regard to case. None for an empty path.
 Collection<std::string> GetDllCLSIDs(std::string_view path);

@@ -35,6 +35,19 @@ TEST_F(WindowsDisk, TheHivesStandWhereARunningMachineHasThem) {
     EXPECT_THAT(Machine().Notes(), IsEmpty());
 }
 
+TEST_F(WindowsDisk, AFolderMayBeNamedByALinkOrFromTheCurrentFolder) {
+    MakeXp();
+    const fs::path link = Disk().string() + "-link";
+    fs::create_directory_symlink(Disk(), link);
+    offline::MachineOptions options;
+    for (const fs::path& name : {link, fs::relative(Disk()), Disk() / "."}) {
+        options.machine = name;
+        offline::OfflinePlatform machine(options);
+        EXPECT_TRUE(machine.View().can.registry) << name;
+    }
+    fs::remove(link);
+}
+
 TEST_F(WindowsDisk, TheCurrentControlSetIsTheOneThatSelectNames) {
     MakeXp();
     Open();

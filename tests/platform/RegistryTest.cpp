@@ -1,4 +1,6 @@
 // Keys and single values.
+#include <utility>
+
 #include "PlatformTest.h"
 
 namespace kel::test {
@@ -247,6 +249,33 @@ TEST_F(RegistryValues, RemovedOnesAreGone) {
     EXPECT_EQ(key->RemoveValue("v"), SysError::Success);
     EXPECT_EQ(key->Query("v").Error(), SysError::FileNotFound);
     EXPECT_EQ(key->RemoveValue("v"), SysError::FileNotFound);
+}
+
+TEST_F(RegistryKeys, ChangesBelowAKeyOfThatNameAreCountedUnlessOthersMayChangeItToo) {
+    MakeKey("watched\\below");
+    MakeKey("beside");
+    const auto count = [this] { return Registry().ChangesBelow("WATCHED"); };
+    const auto start = count();
+    if (!start) {
+        SUCCEED() << "others may";
+        return;
+    }
+    EXPECT_EQ(OpenKey("beside")->Set("v", ValueType::Sz, "x\0"s), SysError::Success);
+    MakeKey("beside\\another");
+    (void)OpenKey("watched\\below")->Query("v");
+    EXPECT_EQ(count(), start);
+    auto last = start;
+    const auto isAnother = [&] { return std::exchange(last, count()) != last; };
+    EXPECT_EQ(OpenKey("watched\\below")->Set("v", ValueType::Sz, "x\0"s), SysError::Success);
+    EXPECT_TRUE(isAnother());
+    EXPECT_EQ(OpenKey("watched\\below")->RemoveValue("v"), SysError::Success);
+    EXPECT_TRUE(isAnother());
+    MakeKey("watched\\other");
+    EXPECT_TRUE(isAnother());
+    EXPECT_EQ(OpenKey()->RemoveKey("watched\\other"), SysError::Success);
+    EXPECT_TRUE(isAnother());
+    Registry().Discard();
+    EXPECT_TRUE(isAnother());
 }
 
 TEST_F(RegistryCommit, KeepsWhatWasWritten) {

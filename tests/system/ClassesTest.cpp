@@ -80,6 +80,21 @@ TEST_F(LibraryClasses, AnIdentifierOfNineCharactersIsNone) {
     EXPECT_THAT(ClassesOf(library), ElementsAre("{00000002}"));
 }
 
+TEST_F(LibraryClasses, ThoseThatComeOrGoAreNoticed) {
+    const std::string first = "{00000000-0000-0000-0000-000000000001}";
+    const std::string second = "{00000000-0000-0000-0000-000000000002}";
+    AddClass(first, library);
+    EXPECT_THAT(ClassesOf(library), ElementsAre(first));
+    staged.AddText(platform::HiveClassesRoot, "elsewhere", "", "x");
+    EXPECT_THAT(ClassesOf(library), ElementsAre(first));
+    AddClass(second, library);
+    EXPECT_THAT(ClassesOf(library), ElementsAre(first, second));
+    ASSERT_TRUE(modRegistry::DeleteRegistryKeyTree(platform::HiveClassesRoot, "CLSID\\" + first));
+    EXPECT_THAT(ClassesOf(library), ElementsAre(second));
+    AddClass(second, Folder() + "missing.dll");
+    EXPECT_THAT(ClassesOf(library), IsEmpty());
+}
+
 TEST_F(LibraryClasses, WithoutClassesOrAPathThereAreNone) {
     EXPECT_THAT(ClassesOf(library), IsEmpty());
     AddClass("{00000000-0000-0000-0000-000000000001}", Folder() + "missing.dll");

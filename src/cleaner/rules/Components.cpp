@@ -48,22 +48,14 @@ std::int32_t Guarded(std::string_view path, std::int32_t (*server)(std::string_v
 bool IsCOMRegistered(std::string_view path) {
     bool result = false;
     Trap(Module, "IsCOMRegistered", [&] {
-        const auto classes = path.size() < ShortestPath
-                                 ? std::nullopt
-                                 : modRegistry::RegistrySubKeys(platform::HiveClassesRoot, "CLSID");
-        if (!classes) {
+        if (path.size() < ShortestPath) {
             return;
         }
         const std::string lower = LCase(path);
-        const std::string fileName = modHelper::FileNameFromFilePath(lower);
-        for (const std::string& clsid : *classes) {
-            if (clsid.size() < ShortestClass) {
-                continue;
-            }
-            const std::string server = ToText(
-                modRegistry::GetRegistryValue(platform::HiveClassesRoot, "CLSID\\" + clsid + "\\InprocServer32", ""));
-            // The name comes first: most classes then need no look at the disk.
-            if (ContainsText(server, fileName) && EqualText(modRegistry::GetFilePathFromCLSID(clsid), lower)) {
+        // The name comes first: most classes then need no look at the disk.
+        for (const std::string& clsid :
+             modRegistry::ClassesServedFrom(modHelper::FileNameFromFilePath(lower), modRegistry::Marks::Names)) {
+            if (clsid.size() >= ShortestClass && EqualText(modRegistry::GetFilePathFromCLSID(clsid), lower)) {
                 result = true;
                 return;
             }

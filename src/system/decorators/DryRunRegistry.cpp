@@ -178,4 +178,8 @@ void DryRunRegistry::Discard() {
     }
 }
 
+std::optional<std::uint64_t> DryRunRegistry::ChangesBelow(std::string_view name) {
+    return overlay_.Empty() ? inner_.registry->ChangesBelow(name) : std::nullopt;
+}
+
 }  // namespace kel::decorators

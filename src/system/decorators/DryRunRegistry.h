@@ -23,6 +23,8 @@ public:
     platform::SysError RemoveKey(platform::Hive hive, std::string_view key) override;
     platform::SysError Commit() override;
     void Discard() override;
+    /// Nothing once a change was swallowed.
+    std::optional<std::uint64_t> ChangesBelow(std::string_view name) override;
 
 private:
     friend class DryRunKey;

@@ -26,6 +26,7 @@ public:
     }
     platform::SysError Commit() override { return inner_.Commit(); }
     void Discard() override { inner_.Discard(); }
+    std::optional<std::uint64_t> ChangesBelow(std::string_view name) override { return inner_.ChangesBelow(name); }
 
 protected:
     [[nodiscard]] platform::Registry& Inner() const { return inner_; }

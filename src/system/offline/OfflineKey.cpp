@@ -107,7 +107,7 @@ SysError OfflineKey::Set(std::string_view name, ValueType type, std::string_view
     if (place.tree == nullptr) {
         return SysError::AccessDenied;
     }
-    ++registry_.generation_;
+    registry_.Changes(place.path);
     return place.tree->SetValue(place.key, FromWtf8(name), static_cast<std::uint32_t>(type), FromAnsi(type, data));
 }
 
@@ -119,7 +119,7 @@ SysError OfflineKey::RemoveValue(std::string_view name) {
     SysError result = SysError::FileNotFound;
     for (const auto& place : layers_) {
         if (place.tree != nullptr) {
-            ++registry_.generation_;
+            registry_.Changes(place.path);
             result = place.tree->DeleteValue(place.key, wanted);
             if (result != SysError::FileNotFound) {
                 break;

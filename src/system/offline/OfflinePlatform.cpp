@@ -29,7 +29,8 @@ void AddDrive(OfflineFiles& files, const DriveMapping& drive, bool hidden) {
         throw OpenError("a drive needs a letter from A to Z, not '" + std::string(1, drive.letter) + "'");
     }
     try {
-        files.AddDrive(letter, drive.folder, hidden);
+        // As the host names it: without links and whatever its own current folder is.
+        files.AddDrive(letter, std::filesystem::canonical(drive.folder), hidden);
     } catch (const std::system_error& error) {
         throw OpenError("drive " + std::string(1, letter) + ": can't open the folder " + drive.folder.string() + ": " +
                         error.code().message());

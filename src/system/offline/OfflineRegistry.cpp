@@ -1,7 +1,9 @@
 #include "offline/OfflineRegistry.h"
 
 #include <algorithm>
+#include <atomic>
 
+#include "hive/Upcase.h"
 #include "offline/OfflineKey.h"
 #include "offline/Wtf8.h"
 
@@ -28,6 +30,11 @@ SysError AppendPath(KeyPath& path, std::string_view key) {
         path.push_back(std::move(component));
     }
     return path.size() > RegistryNamespace::MaximumDepth ? SysError::InvalidParameter : SysError::Success;
+}
+
+std::uint64_t NewChange() {
+    static std::atomic<std::uint64_t> last{0};
+    return ++last;
 }
 
 }  // namespace
@@ -107,11 +114,13 @@ Result<std::unique_ptr<RegistryKey>> OfflineRegistry::Create(Hive hive, std::str
             path = std::move(userPath);
         }
     }
-    ++generation_;
     const Result<RegistryNamespace::Place> made = names_.Create(path);
+    // A part of the way is there also after a failure.
+    Changes(path);
     if (!made) {
         return made.Error();
     }
+    Changes(made->path);
     return Open(hive, key, platform::AccessMaximumAllowed);
 }
 
@@ -123,7 +132,7 @@ SysError OfflineRegistry::Remove(const std::vector<KeyPath>& layers, const KeyPa
     for (KeyPath path : layers) {
         path.insert(path.end(), below.begin(), below.end());
         RegistryNamespace::Place removed;
-        ++generation_;
+        Changes(path);
         result = names_.Remove(path, removed);
         if (result == SysError::Success) {
             for (OfflineKey* key : open_) {
@@ -135,6 +144,18 @@ SysError OfflineRegistry::Remove(const std::vector<KeyPath>& layers, const KeyPa
         }
     }
     return result;
+}
+
+void OfflineRegistry::Changes(const KeyPath& path) {
+    ++generation_;
+    for (Watched& watched : watched_) {
+        // Without a path anything may have changed.
+        if (path.empty() || std::any_of(path.begin(), path.end(), [&](const std::u16string& component) {
+                return SameName(component, watched.name);
+            })) {
+            watched.change = NewChange();
+        }
+    }
 }
 
 SysError OfflineRegistry::RemoveKey(Hive hive, std::string_view key) {
@@ -181,13 +202,23 @@ void OfflineRegistry::Discard() {
     if (!changed) {
         return;
     }
-    ++generation_;
+    Changes({});
     for (OfflineKey* key : open_) {
         key->ForgetAll();
     }
     for (const auto& tree : trees_) {
         tree->Discard();
     }
+}
+
+std::optional<std::uint64_t> OfflineRegistry::ChangesBelow(std::string_view name) {
+    const std::u16string wanted = FromWtf8(name);
+    for (const Watched& watched : watched_) {
+        if (SameName(watched.name, wanted)) {
+            return watched.change;
+        }
+    }
+    return watched_.emplace_back(Watched{wanted, NewChange()}).change;
 }
 
 }  // namespace kel::offline

@@ -40,6 +40,7 @@ public:
     platform::SysError RemoveKey(platform::Hive hive, std::string_view key) override;
     platform::SysError Commit() override;
     void Discard() override;
+    std::optional<std::uint64_t> ChangesBelow(std::string_view name) override;
 
 private:
     friend class OfflineKey;
@@ -47,12 +48,21 @@ private:
     /// Where a key of a hive may lie, the place that wins first.
     [[nodiscard]] std::vector<KeyPath> Layers(platform::Hive hive) const;
     platform::SysError Remove(const std::vector<KeyPath>& layers, const KeyPath& below);
+    /// To be told before each change of the key there.
+    void Changes(const KeyPath& path);
+
+    /// A component that somebody keeps what lies below of, and the number of its latest change.
+    struct Watched {
+        std::u16string name;
+        std::uint64_t change = 0;
+    };
 
     RegistryNamespace names_;
     std::vector<std::unique_ptr<RegistryTree>> trees_;
     std::u16string user_;
     bool writable_ = false;
     std::uint64_t generation_ = 0;  // counts changes, for the listings that open keys keep
+    std::vector<Watched> watched_;
     std::unordered_set<OfflineKey*> open_;
 };
 

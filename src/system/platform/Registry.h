@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -101,6 +102,11 @@ public:
     virtual SysError Commit() = 0;
     /// Forgets changes that were not committed. On a live machine nothing can be forgotten, and nothing happens.
     virtual void Discard() = 0;
+
+    /// A number that is another one after each change of a key that has the component `name` on its path, for those who
+    /// keep what they read there; no two registries have the same ones. Nothing where others change it too, as on a
+    /// live machine.
+    virtual std::optional<std::uint64_t> ChangesBelow(std::string_view name) = 0;
 };
 
 }  // namespace kel::platform

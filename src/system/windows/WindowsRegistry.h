@@ -13,6 +13,7 @@ public:
     platform::SysError RemoveKey(platform::Hive hive, std::string_view key) override;
     platform::SysError Commit() override;
     void Discard() override;
+    std::optional<std::uint64_t> ChangesBelow(std::string_view /*name*/) override { return std::nullopt; }
 };
 
 }  // namespace kel::windows
