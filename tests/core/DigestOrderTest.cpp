@@ -95,7 +95,8 @@ TEST(DigestOrders, DigestsOfOneBucketAreFound) {
     const auto order = OrderOf(packed, 1'000);
     ASSERT_TRUE(order);
     for (std::uint64_t i = 0; i < 50'000; ++i) {
-        ASSERT_EQ(order->Find(Digest::Of(digests[i].data())), i);
+        const auto row = static_cast<std::size_t>(i);
+        ASSERT_EQ(order->Find(Digest::Of(digests[row].data())), row);
         ASSERT_EQ(order->Find(Digest::Of(BytesOf(7, 2 * i + 1).data())), DigestOrder::None);
     }
 }

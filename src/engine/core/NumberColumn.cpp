@@ -82,6 +82,11 @@ bool NumberColumn::InRange() const {
     if (form_.base < range.lowest || form_.base > range.highest) {
         return false;
     }
+    // Most columns can't have a number outside, so that their rows need not be looked at.
+    const std::uint64_t most = (std::uint64_t{1} << (8 * form_.width)) - 1;
+    if (most <= static_cast<std::uint64_t>(range.highest - form_.base)) {
+        return true;
+    }
     std::array<std::int32_t, 1024> block{};
     for (std::size_t row = 0; row < Rows(); row += block.size()) {
         const std::span<std::int32_t> numbers(block.data(), std::min(block.size(), Rows() - row));
