@@ -9,31 +9,57 @@ namespace kel {
 
 namespace {
 
-// Behind each lane's bytes there is room for the padding, and some more, so that no two lanes begin on the same lines
+// Behind each chunk's bytes there is room for the padding, and some more, so that no two chunks begin on the same lines
 // of the processor's cache.
 constexpr std::size_t Slack = 3 * Md5BlockBytes;
 
 }  // namespace
 
-LaneHasher::LaneHasher(const Md5Kernel& kernel, std::size_t bytesALane, Done done)
+LaneHasher::LaneHasher(const Md5Kernel& kernel, std::size_t chunkBytes, std::size_t chunksAhead, Done done)
     : kernel_(kernel),
-      bytesALane_(bytesALane),
+      chunkBytes_(chunkBytes),
       done_(std::move(done)),
-      lanes_(kernel.lanes),
-      // Not filled with zeros: of most lanes only the beginning is ever used.
-      bytes_(std::make_unique_for_overwrite<std::byte[]>(kernel.lanes * (bytesALane + Slack))) {
+      // Not filled with zeros: of most chunks only the beginning is ever used.
+      bytes_(std::make_unique_for_overwrite<std::byte[]>((ChunksOf(kernel) + chunksAhead) * (chunkBytes + Slack))),
+      lanes_(kernel.lanes) {
     blocks_.fill(Idle);
-    for (std::size_t lane = 0; lane < lanes_.size(); ++lane) {
-        lanes_[lane].buffer = bytes_.get() + lane * (bytesALane + Slack);
+    for (std::size_t chunk = ChunksOf(kernel) + chunksAhead; chunk-- > 0;) {
+        chunks_.push_back(bytes_.get() + chunk * (chunkBytes + Slack));
     }
 }
 
-void LaneHasher::Start(std::uint64_t number, std::unique_ptr<platform::AheadFile> file) {
+std::byte* LaneHasher::TakeChunk() {
+    std::byte* const chunk = chunks_.back();
+    chunks_.pop_back();
+    return chunk;
+}
+
+void LaneHasher::GiveBack(std::byte*& chunk) {
+    if (chunk != nullptr) {
+        chunks_.push_back(std::exchange(chunk, nullptr));
+    }
+}
+
+std::size_t LaneHasher::NextBytes(std::uint64_t unread) const {
+    return static_cast<std::size_t>(std::min<std::uint64_t>(unread, chunkBytes_));
+}
+
+LaneHasher::Begun LaneHasher::Begin(std::unique_ptr<platform::AheadFile> file) {
+    Begun begun{std::move(file)};
+    begun.chunk = TakeChunk();
+    if (!begun.file->BeginRead(std::span(begun.chunk, NextBytes(begun.file->Stamp().size)))) {
+        GiveBack(begun.chunk);
+    }
+    return begun;
+}
+
+void LaneHasher::Start(std::uint64_t number, Begun begun) {
     const auto index = static_cast<std::size_t>(std::find(blocks_.begin(), blocks_.end(), Idle) - blocks_.begin());
     Lane& lane = lanes_[index];
     lane.number = number;
-    lane.length = lane.unread = file->Stamp().size;
-    lane.file = std::move(file);
+    lane.length = lane.unread = begun.file->Stamp().size;
+    lane.file = std::move(begun.file);
+    lane.onTheWay = begun.chunk;
     lane.padded = false;
     ++active_;
     for (std::size_t row = 0; row < 4; ++row) {
@@ -46,22 +72,37 @@ void LaneHasher::Start(std::uint64_t number, std::unique_ptr<platform::AheadFile
 
 bool LaneHasher::ReadOn(std::size_t index) {
     Lane& lane = lanes_[index];
-    const auto wanted = static_cast<std::size_t>(std::min<std::uint64_t>(lane.unread, bytesALane_));
+    const std::size_t wanted = NextBytes(lane.unread);
     std::size_t filled = 0;
+    if (lane.onTheWay != nullptr) {
+        filled = lane.file->EndRead();
+        std::swap(lane.chunk, lane.onTheWay);
+        GiveBack(lane.onTheWay);
+        if (filled == 0) {
+            return false;
+        }
+    } else if (lane.chunk == nullptr) {
+        lane.chunk = TakeChunk();
+    }
     while (filled < wanted) {
-        const std::size_t got = lane.file->Read(std::span(lane.buffer + filled, wanted - filled));
+        const std::size_t got = lane.file->Read(std::span(lane.chunk + filled, wanted - filled));
         if (got == 0) {
             return false;
         }
         filled += got;
     }
     lane.unread -= filled;
-    next_[index] = lane.buffer;
+    next_[index] = lane.chunk;
     blocks_[index] = filled / Md5BlockBytes;
     if (lane.unread == 0) {
-        blocks_[index] += PadMd5Tail(lane.buffer + blocks_[index] * Md5BlockBytes, lane.length);
+        blocks_[index] += PadMd5Tail(lane.chunk + blocks_[index] * Md5BlockBytes, lane.length);
         lane.padded = true;
         lane.file.reset();
+        return true;
+    }
+    lane.onTheWay = TakeChunk();
+    if (!lane.file->BeginRead(std::span(lane.onTheWay, NextBytes(lane.unread)))) {
+        GiveBack(lane.onTheWay);
     }
     return true;
 }
@@ -129,6 +170,8 @@ void LaneHasher::End(std::size_t index, bool good) {
     Lane& lane = lanes_[index];
     blocks_[index] = Idle;
     lane.file.reset();
+    GiveBack(lane.chunk);
+    GiveBack(lane.onTheWay);
     --active_;
     done_(lane.number, good ? std::optional(DigestOf(index)) : std::nullopt);
 }

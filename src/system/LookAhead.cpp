@@ -21,6 +21,8 @@ constexpr std::size_t MostBytesALane = std::size_t{128} << 10;
 constexpr std::size_t MostItems = 2048;
 // Files that are looked at in one go, so that an answer never waits for many that have no hash.
 constexpr unsigned MostFetched = 128;
+// Files whose beginnings are read beside us while others are digested.
+constexpr std::size_t MostBegun = 32;
 
 // Files that are opened and not yet read. From a slow medium the next ones are asked for early; each holds a
 // descriptor.
@@ -80,10 +82,11 @@ LookAhead::LookAhead(std::unique_ptr<AheadSource> source, Ready ready)
       ready_(std::move(ready)),
       outer_(std::exchange(ModuleData<Innermost>().object, this)) {
     const Md5Kernel& kernel = ChosenMd5Kernel();
-    const std::size_t share = std::min(Limit() / 2 / kernel.lanes, MostBytesALane) / Md5BlockBytes * Md5BlockBytes;
+    const std::size_t chunks = LaneHasher::ChunksOf(kernel) + MostBegun + 1;
+    const std::size_t share = std::min(Limit() / 2 / chunks, MostBytesALane) / Md5BlockBytes * Md5BlockBytes;
     if (share != 0) {
         items_.resize(MostItems);
-        hasher_ = std::make_unique<LaneHasher>(kernel, share,
+        hasher_ = std::make_unique<LaneHasher>(kernel, share, MostBegun + 1,
                                                [this](std::uint64_t number, const std::optional<Md5Digest>& digest) {
                                                    if (number < first_) {
                                                        return;  // passed over meanwhile
@@ -119,13 +122,11 @@ std::optional<Md5Digest> LookAhead::Digest(std::string_view path, const platform
         return std::nullopt;
     }
     Item* const item = self->Find(path);
-    if (item == nullptr || (item->state != State::Unknown && item->stamp != stamp)) {
+    if (item == nullptr) {
         return std::nullopt;
     }
-    if (item->state == State::Waiting) {
-        self->Work(*item);
-    }
-    return item->state == State::Hashed ? std::optional(item->digest) : std::nullopt;
+    self->Work(*item);
+    return item->state == State::Hashed && item->stamp == stamp ? std::optional(item->digest) : std::nullopt;
 }
 
 LookAhead::Item* LookAhead::Find(std::string_view path) {
@@ -158,46 +159,86 @@ bool LookAhead::Fetch() {
         return false;
     }
     auto file = item.what.folder ? item.what.folder->files->Open(item.what.index) : nullptr;
-    if (file && !modMD5::IsHashed(file->Stamp().size)) {
+    atOnce_ = item.what.folder ? item.what.folder->files->AtOnce() : atOnce_;
+    // One that is at rest and outside of the limits need not be remembered.
+    if (file && atOnce_ == 1 && file->Opened() && !modMD5::IsHashed(file->Stamp().size)) {
         return true;
     }
     const std::uint64_t number = end_++;
     item.state = State::Unknown;
     if (file) {
-        item.stamp = file->Stamp();
         item.state = State::Waiting;
-        const bool ask = medium_.IsWorthAsking(*file);
+        const bool ask = atOnce_ == 1 && medium_.IsWorthAsking(*file);
         if (ask) {
             file->WillBeRead();
         }
-        opened_.push_back({number, std::move(file), ask});
+        coming_.push_back({number, {std::move(file)}, ask});
     }
     return true;
 }
 
+std::size_t LookAhead::Depth() const {
+    return std::max(medium_.IsSlow() ? OpenedWhenSlow : OpenedWhenFast, atOnce_);
+}
+
 void LookAhead::Refill() {
     for (unsigned fetched = 0; hasher_->HasRoom();) {
-        while (opened_.size() < (medium_.IsSlow() ? OpenedWhenSlow : OpenedWhenFast) && fetched < MostFetched &&
-               Fetch()) {
+        while (coming_.size() < Depth() && fetched < MostFetched && Fetch()) {
             ++fetched;
         }
-        if (opened_.empty()) {
+        BeginReads();
+        if (coming_.empty()) {
             return;
         }
         StartNext();
     }
 }
 
+// Of those that are open by now, in their order.
+void LookAhead::BeginReads() {
+    while (atOnce_ > 1 && begun_ < std::min(coming_.size(), MostBegun) && coming_[begun_].begun.file->IsAtRest()) {
+        Begin(coming_[begun_++]);
+    }
+}
+
+void LookAhead::Begin(Coming& coming) {
+    platform::AheadFile& file = *coming.begun.file;
+    Item& item = At(coming.number);
+    if (!file.Opened() || !modMD5::IsHashed(file.Stamp().size)) {
+        if (coming.number >= first_) {
+            item.state = State::Unknown;
+        }
+        coming.begun.file.reset();
+        return;
+    }
+    if (coming.number >= first_) {
+        item.stamp = file.Stamp();
+    }
+    coming.begun = hasher_->Begin(std::move(coming.begun.file));
+}
+
 void LookAhead::StartNext() {
-    Opened next = std::move(opened_.front());
-    opened_.pop_front();
-    const std::uint64_t bytes = next.file->Stamp().size;
+    if (begun_ == 0) {
+        Begin(coming_.front());
+        ++begun_;
+    }
+    Coming next = std::move(coming_.front());
+    coming_.pop_front();
+    --begun_;
+    if (!next.begun.file) {
+        return;
+    }
+    if (next.begun.chunk != nullptr) {
+        hasher_->Start(next.number, std::move(next.begun));
+        return;
+    }
+    const std::uint64_t bytes = next.begun.file->Stamp().size;
     if (next.asked || !medium_.WantsTime()) {
-        hasher_->Start(next.number, std::move(next.file));
+        hasher_->Start(next.number, std::move(next.begun));
         return;
     }
     const auto began = MediumSpeed::Time::now();
-    hasher_->Start(next.number, std::move(next.file));
+    hasher_->Start(next.number, std::move(next.begun));
     medium_.Took(MediumSpeed::Time::now() - began, std::min<std::uint64_t>(bytes, MostBytesALane));
 }
 

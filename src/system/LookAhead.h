@@ -68,7 +68,7 @@ private:
 /// size and times. Files outside of FileMD5's limits are not read.
 ///
 /// The environment variable KEL_READ_AHEAD is the limit of its memory in megabytes, 64 when it is not set; 0 turns
-/// reading ahead off. A typical scan takes 5 of them.
+/// reading ahead off. A typical scan takes 12 of them.
 class LookAhead {
 public:
     /// Told each digest as soon as it is there, some files before it is asked for. It must not throw.
@@ -93,16 +93,19 @@ private:
         Md5Digest digest{};
         State state = State::Unknown;
     };
-    struct Opened {
+    struct Coming {
         std::uint64_t number;
-        std::unique_ptr<platform::AheadFile> file;
-        bool asked = false;  // early: how fast it is read then tells nothing of the medium
+        LaneHasher::Begun begun;  // no file when it is not to be digested after all
+        bool asked = false;       // early: how fast it is read then tells nothing of the medium
     };
 
     [[nodiscard]] Item& At(std::uint64_t number) { return items_[static_cast<std::size_t>(number % items_.size())]; }
     [[nodiscard]] Item* Find(std::string_view path);
     bool Fetch();
+    [[nodiscard]] std::size_t Depth() const;
     void Refill();
+    void BeginReads();
+    void Begin(Coming& coming);
     void StartNext();
     void Work(const Item& item);
 
@@ -113,7 +116,9 @@ private:
     std::vector<Item> items_;
     std::uint64_t first_ = 0;
     std::uint64_t end_ = 0;
-    std::deque<Opened> opened_;  // waiting for a lane
+    std::deque<Coming> coming_;  // being opened, being read, waiting for a lane
+    std::size_t begun_ = 0;      // the first ones of them, which are open
+    std::size_t atOnce_ = 1;     // as the last file's folder has it
     bool atEnd_ = false;
 
     MediumSpeed medium_;

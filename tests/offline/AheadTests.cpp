@@ -1,4 +1,4 @@
-// Files read ahead, as far as only the host's side shows it.
+// Files read ahead one after the other, as far as only the host's side shows it.
 #include <fcntl.h>
 #include <sys/resource.h>
 #include <unistd.h>
@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "HostMachine.h"
+#include "support/EnvironmentVariable.h"
 
 namespace kel::test {
 namespace {
@@ -44,6 +45,7 @@ protected:
     }
     std::unique_ptr<AheadFile> Open(const std::string& name) { return folder_->Open(*folder_->IndexOf(name)); }
 
+    const EnvironmentVariable alone_{"KEL_READ_RING", "0"};
     std::unique_ptr<platform::FolderAhead> folder_;
 };
 

@@ -53,14 +53,15 @@ private:
         File(std::unique_ptr<platform::AheadFile> inner, CountedFiles& all) : inner_(std::move(inner)), all_(all) {
             stamp_ = inner_->Stamp();
         }
-        std::size_t Read(std::span<std::byte> into) override {
-            const auto until = std::chrono::steady_clock::now() + all_.slow;
-            while (std::chrono::steady_clock::now() < until) {
-            }
-            const std::size_t got = inner_->Read(into);
-            all_.bytesAhead += got;
-            return got;
+        bool Opened() override {
+            const bool opened = inner_->Opened();
+            stamp_ = inner_->Stamp();
+            return opened;
         }
+        bool IsAtRest() override { return inner_->IsAtRest(); }
+        std::size_t Read(std::span<std::byte> into) override { return Counted(inner_->Read(into)); }
+        bool BeginRead(std::span<std::byte> into) override { return inner_->BeginRead(into); }
+        std::size_t EndRead() override { return Counted(inner_->EndRead()); }
         void WillBeRead() override {
             ++all_.asked;
             inner_->WillBeRead();
@@ -68,6 +69,14 @@ private:
         std::optional<bool> InMemory() override { return all_.inMemory; }
 
     private:
+        std::size_t Counted(std::size_t got) {
+            const auto until = std::chrono::steady_clock::now() + all_.slow;
+            while (std::chrono::steady_clock::now() < until) {
+            }
+            all_.bytesAhead += got;
+            return got;
+        }
+
         std::unique_ptr<platform::AheadFile> inner_;
         CountedFiles& all_;
     };
@@ -89,6 +98,7 @@ private:
             all_.folders.emplace_back(inner_->Name(index));
             inner_->WillBeEntered(index);
         }
+        [[nodiscard]] std::size_t AtOnce() const override { return inner_->AtOnce(); }
 
     private:
         std::unique_ptr<platform::FolderAhead> inner_;

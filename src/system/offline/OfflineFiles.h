@@ -15,7 +15,7 @@
 
 namespace kel::offline {
 
-class KernelQueue;
+class AheadOpener;
 
 /// The rules of paths, names and attributes are in docs/offline.md.
 class OfflineFiles : public platform::Files {
@@ -48,8 +48,6 @@ public:
     platform::Result<std::string> ShortPath(std::string_view path) override;
     std::vector<std::string> LogicalDrives() override;
     platform::DriveKind DriveType(std::string_view root) override;
-    /// For what is read ahead: alive as long as somebody has it.
-    std::shared_ptr<KernelQueue> Queue();
     bool MatchSpec(std::string_view name, std::string_view spec) override;
     std::string CurrentFolder() override;
     platform::SysError SetCurrentFolder(std::string_view path) override;
@@ -67,7 +65,7 @@ private:
     platform::Result<std::string> Convert(std::string_view path, NameOf nameOf);
 
     PathResolver resolver_;
-    std::weak_ptr<KernelQueue> queue_;
+    std::shared_ptr<AheadOpener> ahead_;
 };
 
 }  // namespace kel::offline

@@ -28,6 +28,8 @@ public:
 
     [[nodiscard]] int Get() const { return fd_; }
     [[nodiscard]] bool Valid() const { return fd_ >= 0; }
+    /// Leaves the descriptor to the caller.
+    [[nodiscard]] int Release() { return std::exchange(fd_, -1); }
 
 private:
     int fd_ = -1;

@@ -102,13 +102,27 @@ struct FileStamp {
 };
 
 /// A file that is read before it is asked for. Closed by its destructor.
+///
+/// A platform that opens and reads files beside its caller gives one that is still being opened; nothing but Opened and
+/// IsAtRest may be called before Opened has said true, and nothing but EndRead and IsAtRest between BeginRead and
+/// EndRead.
 class AheadFile {
 public:
     virtual ~AheadFile() = default;
+    /// Waits until the file is open. False when it is no file, can't be opened, or changed so recently that a further
+    /// change could go unseen.
+    virtual bool Opened() { return true; }
+    /// Whether Opened or EndRead would not wait.
+    virtual bool IsAtRest() { return true; }
     /// The file as it was when it was opened.
     [[nodiscard]] const FileStamp& Stamp() const { return stamp_; }
     /// Reads at the position, at most `into.size()` bytes. 0 at the end of the file and after a failure.
     virtual std::size_t Read(std::span<std::byte> into) = 0;
+    /// Begins to read at the position beside the caller, into bytes that must stay until EndRead or the destructor.
+    /// False when nothing was begun, because Read does as well.
+    virtual bool BeginRead(std::span<std::byte> /*into*/) { return false; }
+    /// Waits for what was begun. Its result is that of Read.
+    virtual std::size_t EndRead() { return 0; }
     /// Says that the whole file will be read soon.
     virtual void WillBeRead() = 0;
     /// Whether its beginning is in memory, so that to read it is to wait for no medium. It waits for none itself.
@@ -137,6 +151,8 @@ public:
     virtual std::unique_ptr<AheadFile> Open(std::size_t index) = 0;
     /// Says that a folder of it will be entered soon. It does not wait for it.
     virtual void WillBeEntered(std::size_t /*index*/) {}
+    /// How many files are worth being opened and read at the same time: 1 where each waits for the one before.
+    [[nodiscard]] virtual std::size_t AtOnce() const { return 1; }
 };
 
 enum class OpenMode {
