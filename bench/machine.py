@@ -67,11 +67,14 @@ class Machine:
             self.set((*clsid, "TypeLib"), "", f"{{{mixed ^ 0xFFFFFFFF:08X}-4C3A-11D2-0000-00C04F000000}}")
             self.set((*clsid, "Version"), "", "1.0")
 
+    def threat(self, number):
+        self.signature("threats", number, f"Example.Threat{number}", "Adware", "Adware", "", "Example Ltd", "", 3, 0, "",
+                       "true", 0, "", 0)
+
     def add_threats(self, count):
         for number in range(1, count + 1):
             threat = 10_000 + number
-            self.signature("threats", threat, f"Example.Threat{number}", "Adware", "Adware", "", "Example Ltd", "", 3, 0, "",
-                           "true", 0, "", 0)
+            self.threat(threat)
             shared = f"Program Files/Shared {number // 50}"
             for name in (f"{shared}/program {number}.exe", f"{shared}/library {number}.dll"):
                 data = f"{name}\n".encode() * 60

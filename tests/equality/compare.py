@@ -1,5 +1,8 @@
 #!/usr/bin/env python3
-"""Compares scans of one machine: compare.py FOLDER NAME..., each with NAME.jsonl and NAME.REPORT in the folder."""
+"""Compares scans of one machine: compare.py [--scans] FOLDER NAME..., each with NAME.jsonl and NAME.REPORT in the folder.
+
+With --scans there is no report of them.
+"""
 import collections
 import difflib
 import json
@@ -17,12 +20,12 @@ OWN_TEXTS = [
 ]
 
 
-def read(folder, name):
+def read(folder, name, reports):
     lines = [json.loads(line) for line in (folder / f"{name}.jsonl").read_text(encoding="utf-8").splitlines()]
     findings = [{key: value for key, value in line.items() if key != "type"} for line in lines if line["type"] == "finding"]
     summary = {key: value for key, value in lines[-1].items() if key not in OWN}
     report = ""
-    for kind in REPORTS:
+    for kind in reports:
         report += f"<!-- {kind} -->\n" + (folder / f"{name}.{kind}").read_text(encoding="utf-8", errors="surrogateescape")
     for pattern, word in OWN_TEXTS:
         report = pattern.sub(word, report)
@@ -36,15 +39,19 @@ def show(name, other, lines):
 
 
 def main():
-    folder, names = pathlib.Path(sys.argv[1]), sys.argv[2:]
-    scans = {name: read(folder, name) for name in names}
+    words = sys.argv[1:]
+    reports = REPORTS
+    if words[0] == "--scans":
+        words, reports = words[1:], ()
+    folder, names = pathlib.Path(words[0]), words[1:]
+    scans = {name: read(folder, name, reports) for name in names}
     good = True
     first = names[0]
     key = lambda finding: json.dumps(finding, sort_keys=True)
     for name, (findings, summary, report) in scans.items():
         threats = len({finding["threat"] for finding in findings})
         kinds = collections.Counter(finding["kind"] for finding in findings)
-        print(f"{name:7} {threats} threats in {len(findings)} locations ({', '.join(f'{n} {k}' for k, n in sorted(kinds.items()))}), "
+        print(f"{name:13} {threats} threats in {len(findings)} locations ({', '.join(f'{n} {k}' for k, n in sorted(kinds.items()))}), "
               f"{summary['files']} scanned, complete: {summary['complete']}, errors: {summary['errors']}")
         if threats < AT_LEAST or not summary["complete"] or summary["errors"] or summary["unreadable"]:
             print(f"{name}: not the scan that was expected: {summary}")
@@ -65,7 +72,7 @@ def main():
             good = False
     if not good:
         sys.exit("equality: the scans are not equal")
-    print("equality: all scans are equal, in findings, counters and reports")
+    print(f"equality: all {len(scans)} scans are equal, in findings and counters" + (" and reports" if reports else ""))
 
 
 if __name__ == "__main__":

@@ -3,6 +3,8 @@
 #include <sys/xattr.h>
 #include <unistd.h>
 
+#include <algorithm>
+
 #include "HiveFileFixture.h"
 #include "offline/OfflinePlatform.h"
 #include "offline/OfflineRegistry.h"
@@ -47,6 +49,57 @@ TEST_F(HiveFileCommit, CanBeRepeated) {
     EXPECT_EQ(hive->DeleteValue(At(*hive, u"New"), u"large"), SysError::Success);
     EXPECT_EQ(hive->Commit(), SysError::Success);
     EXPECT_EQ(ContentAt(path), EditedContent());
+}
+
+// From the third commit on only what changed is written, into the file before the last one.
+TEST_F(HiveFileCommit, AgainAndAgainTheFileIsWhatIsInMemory) {
+    const fs::path path = PutHive();
+    auto hive = HiveFile::Open(path);
+    std::vector<ino_t> files;
+    for (std::uint32_t round = 0; round < 8; ++round) {
+        const std::u16string name{u'K', static_cast<char16_t>(u'0' + round)};
+        Make(*hive, name);
+        // The sixth round lets go what the others took, the next ones take it again.
+        if (round == 5) {
+            EXPECT_EQ(hive->DeleteValue(At(*hive, u"K2"), u"data"), SysError::Success);
+            EXPECT_EQ(hive->DeleteValue(At(*hive, u"K3"), u"data"), SysError::Success);
+        } else {
+            EXPECT_EQ(hive->SetValue(At(*hive, name), u"data", 3, Pattern(3'000 + 20'000 * (round % 3))),
+                      SysError::Success);
+        }
+        if (round == 6) {
+            hive->Discard();
+            Make(*hive, u"Instead");
+        }
+        ASSERT_EQ(hive->Commit(), SysError::Success);
+        files.push_back(StatusOf(path).st_ino);
+        const auto written = ReadFileBytes(path);
+        EXPECT_EQ(ContentAt(path), Content(*hive)) << round;
+        const auto memory = hive->Render();
+        ASSERT_EQ(written.size(), memory.size()) << round;
+        EXPECT_TRUE(std::equal(written.begin() + 4096, written.end(), memory.begin() + 4096)) << round;
+    }
+    EXPECT_EQ(files[3], files[1]);
+    EXPECT_EQ(files[4], files[2]);
+    EXPECT_EQ(Names().size(), 2U);
+    hive.reset();
+    EXPECT_THAT(Names(), ElementsAre("SYSTEM"));
+}
+
+TEST_F(HiveFileCommit, AnotherNameOfAFileInBetweenKeepsItsBytes) {
+    const fs::path path = PutHive();
+    const auto hive = HiveFile::Open(path);
+    std::vector<Bytes> states;
+    for (char16_t round = u'0'; round < u'6'; ++round) {
+        Make(*hive, std::u16string{u'K', round});
+        ASSERT_EQ(hive->Commit(), SysError::Success);
+        states.push_back(ReadFileBytes(path));
+        fs::create_hard_link(path, Folder() / ("copy" + std::to_string(states.size())));
+    }
+    for (std::size_t round = 0; round < states.size(); ++round) {
+        EXPECT_EQ(ReadFileBytes(Folder() / ("copy" + std::to_string(round + 1))), states[round]) << round;
+    }
+    EXPECT_EQ(ContentAt(path), Content(*hive));
 }
 
 TEST_F(HiveFileCommit, WithoutAChangeBytesAndTimeStay) {

@@ -5,7 +5,9 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdio>
 #include <cstdlib>
+#include <utility>
 
 #include "offline/OfflineFilesAttributes.h"
 
@@ -85,6 +87,19 @@ bool WriteAll(int file, std::string_view bytes) {
     return true;
 }
 
+// Mode, owner and attributes of the file at `path`.
+bool TakeTraits(int file, const std::filesystem::path& path) {
+    struct stat status {};
+    if (::stat(path.c_str(), &status) != 0) {
+        return false;
+    }
+    if (const Descriptor old(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK)); old.Ok()) {
+        CopyFileTraits(old.Number(), file, KeptTimes::Creation);
+    }
+    const bool ownerKept = ::fchown(file, status.st_uid, status.st_gid) == 0 || status.st_uid == ::geteuid();
+    return ownerKept && ::fchmod(file, status.st_mode & 07777) == 0;
+}
+
 }  // namespace
 
 Result<FileIdentity> ReadWhole(const std::filesystem::path& path, std::uint64_t limit,
@@ -135,8 +150,13 @@ Result<WholeFile> ReadWhole(const std::filesystem::path& path, std::uint64_t lim
     return whole;
 }
 
+FileReplacement::~FileReplacement() {
+    Abandon();
+    DropSpare();
+}
+
 SysError FileReplacement::Prepare(const std::filesystem::path& path, const FileIdentity& identity,
-                                  std::string_view bytes) {
+                                  std::string_view bytes, const std::vector<ByteRange>* changed) {
     Abandon();
     std::error_code error;
     path_ = std::filesystem::canonical(path, error);
@@ -147,28 +167,69 @@ SysError FileReplacement::Prepare(const std::filesystem::path& path, const FileI
     if (!Unchanged(path_, identity_)) {
         return SysError::SharingViolation;
     }
-    struct stat status {};
-    if (::stat(path_.c_str(), &status) != 0) {
-        return FromErrno(errno);
+    changed_.reset();
+    if (changed != nullptr) {
+        changed_ = *changed;
+        if (UpdateSpare(bytes, *changed)) {
+            return SysError::Success;
+        }
     }
-    std::string name = (path_.parent_path() / ("." + path_.filename().string() + ".new-XXXXXX")).string();
-    Descriptor file(::mkostemp(name.data(), O_CLOEXEC));
-    if (!file.Ok()) {
-        return FromErrno(errno);
-    }
-    temporary_ = name;
-    if (const Descriptor old(::open(path_.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK)); old.Ok()) {
-        CopyFileTraits(old.Number(), file.Number(), KeptTimes::Creation);
-    }
-    const bool ownerKept = ::fchown(file.Number(), status.st_uid, status.st_gid) == 0 || status.st_uid == ::geteuid();
-    const bool written = ownerKept && ::fchmod(file.Number(), status.st_mode & 07777) == 0 &&
-                         WriteAll(file.Number(), bytes) && ::fsync(file.Number()) == 0 && file.Close();
-    if (!written) {
+    DropSpare();
+    if (!WriteNew(bytes)) {
         const SysError reason = FromErrno(errno);
         Abandon();
         return reason;
     }
     return SysError::Success;
+}
+
+bool FileReplacement::WriteNew(std::string_view bytes) {
+    std::string name = (path_.parent_path() / ("." + path_.filename().string() + ".new-XXXXXX")).string();
+    Descriptor file(::mkostemp(name.data(), O_CLOEXEC));
+    if (!file.Ok()) {
+        return false;
+    }
+    temporary_ = name;
+    return TakeTraits(file.Number(), path_) && WriteAll(file.Number(), bytes) && ::fsync(file.Number()) == 0 &&
+           file.Close();
+}
+
+// False when there is none, or it is not what it was; what is left of it is no use then.
+bool FileReplacement::UpdateSpare(std::string_view bytes, const std::vector<ByteRange>& changed) {
+    if (!spare_) {
+        return false;
+    }
+    Descriptor file(::open(spare_->path.c_str(), O_RDWR | O_CLOEXEC | O_NONBLOCK | O_NOFOLLOW));
+    struct stat status {};
+    // Under a second name it would be another's file as well.
+    if (!file.Ok() || ::fstat(file.Number(), &status) != 0 || !S_ISREG(status.st_mode) || status.st_nlink != 1 ||
+        IdentityOf(status) != spare_->identity) {
+        return false;
+    }
+    const auto size = static_cast<std::size_t>(status.st_size);
+    std::vector<ByteRange> ranges = spare_->stale;
+    ranges.insert(ranges.end(), changed.begin(), changed.end());
+    ranges.push_back({size, std::string_view::npos});
+    for (const ByteRange& range : ranges) {
+        if (range.offset < bytes.size() && (::lseek(file.Number(), static_cast<off_t>(range.offset), SEEK_SET) < 0 ||
+                                            !WriteAll(file.Number(), bytes.substr(range.offset, range.size)))) {
+            return false;
+        }
+    }
+    if ((size > bytes.size() && ::ftruncate(file.Number(), static_cast<off_t>(bytes.size())) != 0) ||
+        !TakeTraits(file.Number(), path_) || ::fsync(file.Number()) != 0 || !file.Close()) {
+        return false;
+    }
+    temporary_ = spare_->path;
+    spare_.reset();
+    return true;
+}
+
+void FileReplacement::DropSpare() {
+    if (spare_) {
+        ::unlink(spare_->path.c_str());
+        spare_.reset();
+    }
 }
 
 Result<FileIdentity> FileReplacement::Commit() {
@@ -182,15 +243,27 @@ Result<FileIdentity> FileReplacement::Commit() {
     const Descriptor folder(::open(path_.parent_path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     const std::string name = path_.filename().string();
     const std::string shortName = folder.Ok() ? NtfsShortName(folder.Number(), name) : std::string();
-    if (::rename(temporary_.c_str(), path_.c_str()) != 0) {
+    // The first file is not ours to write to: it may have other names, or be the one that somebody goes back to.
+    const bool keep = ours_ && changed_ && folder.Ok() && shortName.empty() &&
+                      ::renameat2(AT_FDCWD, temporary_.c_str(), AT_FDCWD, path_.c_str(), RENAME_EXCHANGE) == 0;
+    if (!keep && ::rename(temporary_.c_str(), path_.c_str()) != 0) {
         const SysError reason = FromErrno(errno);
         Abandon();
         return reason;
     }
-    temporary_.clear();
+    const std::filesystem::path replaced = std::exchange(temporary_, {});
+    bool flushed = false;
     if (folder.Ok()) {
         SetNtfsShortName(folder.Number(), name, shortName);
-        ::fsync(folder.Number());
+        flushed = ::fsync(folder.Number()) == 0;
+    }
+    ours_ = true;
+    if (keep) {
+        spare_ = Spare{replaced, identity_, *std::exchange(changed_, {})};
+        // It might still be the file that a power cut brings back.
+        if (!flushed) {
+            DropSpare();
+        }
     }
     struct stat status {};
     if (::stat(path_.c_str(), &status) != 0) {

@@ -86,8 +86,11 @@ SysError HiveFile::Prepare() {
     if (!Changed() || replacement_.Prepared())
         return SysError::Success;
     const std::span<const std::byte> bytes = Render();
+    std::vector<ByteRange> changed;
+    for (const Range& pages : ChangedPages())
+        changed.push_back({pages.offset, pages.size});
     return replacement_.Prepare(path_, identity_,
-                                std::string_view(reinterpret_cast<const char*>(bytes.data()), bytes.size()));
+                                std::string_view(reinterpret_cast<const char*>(bytes.data()), bytes.size()), &changed);
 }
 
 SysError HiveFile::Commit() {

@@ -176,6 +176,7 @@ Hive::Writer& Hive::Edit() {
         const std::span<const std::byte> bytes = reader_->Image().Bytes();
         before_.emplace(bytes.begin(), bytes.end());
     }
+    began_ = true;
     if (writer_ == nullptr) {
         // Every reference is taken as it stands now; from here on cells move.
         reader_->ReadAll();
@@ -315,20 +316,42 @@ std::span<const std::byte> Hive::Render() {
 SysError Hive::Commit() {
     if (changed_)
         Render();
-    before_.reset();
-    changed_ = false;
+    // Brought up to date by the page: to copy a large image anew at each change would cost more than all else.
+    if (began_) {
+        const std::span<const std::byte> bytes = reader_->Image().Bytes();
+        const std::vector<Range> ranges = ChangedPages();
+        before_->resize(bytes.size());
+        for (const Range& range : ranges)
+            std::memcpy(before_->data() + range.offset, bytes.data() + range.offset, range.size);
+    }
+    began_ = changed_ = false;
     return SysError::Success;
 }
 
+std::vector<Hive::Range> Hive::ChangedPages() const {
+    const std::span<const std::byte> bytes = reader_->Image().Bytes();
+    const std::size_t common = before_ ? std::min(before_->size(), bytes.size()) : 0;
+    std::vector<Range> ranges;
+    for (std::size_t at = 0; at < bytes.size(); at += regf::PageSize) {
+        const std::size_t size = std::min(regf::PageSize, bytes.size() - at);
+        if (at != 0 && at + size <= common && std::memcmp(before_->data() + at, bytes.data() + at, size) == 0)
+            continue;
+        if (!ranges.empty() && ranges.back().offset + ranges.back().size == at)
+            ranges.back().size += size;
+        else
+            ranges.push_back({at, size});
+    }
+    return ranges;
+}
+
 void Hive::Discard() {
-    if (!before_)
+    if (!began_)
         return;
     regf::HiveImage image;
     if (!image.Assign(*before_))
         return;
     Reopen(std::move(image));
-    before_.reset();
-    changed_ = false;
+    began_ = changed_ = false;
 }
 
 }  // namespace kel::offline

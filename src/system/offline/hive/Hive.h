@@ -66,6 +66,14 @@ public:
     /// The hive as it has to be written now: time and equal sequence numbers in its header, so that its logs are void.
     /// Ends with the next operation.
     std::span<const std::byte> Render();
+    /// A part of the image.
+    struct Range {
+        std::size_t offset = 0;
+        std::size_t size = 0;
+    };
+    /// Whole pages, in order, in which the image differs from that of the last Commit or, before one, from what was
+    /// there when the first change began. The page of the header is always one of them.
+    [[nodiscard]] std::vector<Range> ChangedPages() const;
 
 protected:
     /// Called after each change: what was made of the hive before is out of date.
@@ -88,7 +96,8 @@ private:
     std::unique_ptr<regf::HiveIndex> index_;
     std::unique_ptr<Writer> writer_;
     regf::ReplayOutcome replay_;
-    std::optional<std::vector<std::byte>> before_;  // the image that Discard goes back to
+    std::optional<std::vector<std::byte>> before_;  // the image that Discard goes back to, from the first change on
+    bool began_ = false;                            // a change since `before_`, be it one that was refused
     bool changed_ = false;
     std::function<std::uint64_t()> clock_;
     // The key that was listed last.
