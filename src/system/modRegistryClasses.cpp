@@ -93,6 +93,7 @@ std::vector<std::string> ClassesServedFrom(std::string_view fileName, Marks mark
     std::sort(numbers.begin(), numbers.end());
     numbers.erase(std::unique(numbers.begin(), numbers.end()), numbers.end());
     std::vector<std::string> classes;
+    classes.reserve(numbers.size());
     for (const std::size_t number : numbers) {
         classes.push_back(servers.classes[number]);
     }
