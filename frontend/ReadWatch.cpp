@@ -1,6 +1,9 @@
 #include "frontend/ReadWatch.h"
 
 #include <string>
+#include <utility>
+
+#include "core/Unnoticed.h"
 
 namespace kel::frontend {
 
@@ -65,7 +68,11 @@ private:
 }  // namespace
 
 ReadWatch::ReadWatch(platform::Files& inner, Report unreadable)
-    : ForwardingFiles(inner), unreadable_(std::move(unreadable)) {
+    : ForwardingFiles(inner), unreadable_([report = std::move(unreadable)](std::string_view path, SysError error) {
+          if (!Unnoticed::Active()) {
+              report(path, error);
+          }
+      }) {
 }
 
 platform::Result<std::unique_ptr<platform::Find>> ReadWatch::FindFirst(std::string_view pattern,

@@ -9,7 +9,8 @@
 namespace kel::frontend {
 
 /// Passes everything on; calls `unreadable` for each folder that could not be listed to its end and each file that
-/// could not be opened or read, for another reason than that it is not there. What it opens it must outlive.
+/// could not be opened or read, for another reason than that it is not there. A look ahead (see Unnoticed) is not
+/// noticed. What it opens it must outlive.
 class ReadWatch : public decorators::ForwardingFiles {
 public:
     using Report = std::function<void(std::string_view path, platform::SysError error)>;

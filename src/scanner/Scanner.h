@@ -188,6 +188,9 @@ public:
     /// Loads all of the engine's data again.
     void ReloadThreatData();
 
+    /// Whether files are tested by their hash, so that it pays to read them ahead.
+    [[nodiscard]] bool HashesFiles() const { return OptScanDepth == scanmedium || OptScanDepth == scandeep; }
+
 private:
     friend struct ScannerPeer;
     using Paths = Collection<std::string>;
@@ -202,9 +205,6 @@ private:
     void ScanProcessesNT(bool scanProcessModules);
 
     static void WriteThreatList(std::string_view text);
-
-    /// Whether files are tested by their hash, so that it pays to read them ahead.
-    [[nodiscard]] bool HashesFiles() const { return OptScanDepth == scanmedium || OptScanDepth == scandeep; }
 
     // The walk of ScanDriveOrFolder and ScanKnownFiles.
     void WalkFrom(const std::string& start, std::string_view pattern);

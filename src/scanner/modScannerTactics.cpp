@@ -3,17 +3,23 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
 #include <utility>
+#include <vector>
 
 #include "core/Collection.h"
 #include "core/EngineState.h"
 #include "core/Failures.h"
 #include "core/Text.h"
+#include "core/Unnoticed.h"
 #include "core/Value.h"
 #include "platform/Registry.h"
 #include "results/Scan.h"
 #include "scanner/Scanner.h"
 #include "scanner/modScannerFiles.h"
+#include "system/LookAhead.h"
 #include "system/modFiles.h"
 #include "system/modFolderPaths.h"
 #include "system/modHelper.h"
@@ -112,100 +118,157 @@ Collection<std::string> ClassesOf(const ClassList& list) {
     return classes;
 }
 
+// Is given each entry of a stage.
+using Visit = std::function<void(const std::string& entry)>;
+
 template <const auto& Lists>
-void TestClasses(const Scanner& scanner) {
+void ListClasses(const Visit& visit) {
     for (const ClassList& list : Lists) {
         for (const std::string& entry : ClassesOf(list)) {
             if (!entry.empty()) {
-                TestFile(scanner, modRegistry::GetFilePathFromCLSID(entry));
+                visit(entry);
             }
         }
     }
 }
 
-// Resolves each component and tests none of them: what is downloaded is found by the walk and the registry stage.
-void ResolveActiveX(const Scanner& /*scanner*/) {
-    for (const ClassList& list : ActiveX) {
-        for (const std::string& entry : ClassesOf(list)) {
-            if (!entry.empty()) {
-                static_cast<void>(modRegistry::GetFilePathFromCLSID(entry));
-            }
-        }
-    }
+std::string ClassFile(const std::string& entry) {
+    return modRegistry::GetFilePathFromCLSID(entry);
 }
 
-void TestShortcuts(const Scanner& scanner, const std::string& folder) {
-    for (const std::string& name : modKvFileExplorer::FilesListShallow(folder, "*.*")) {
-        TestFile(scanner, modFiles::ShortcutTargetPath(folder + name));
-    }
-}
-
-void TestStartupFiles(const Scanner& scanner) {
+void ListStartupFiles(const Visit& visit) {
     for (const auto folderOf : {modFolderPaths::GetCommonStartupFolder, modFolderPaths::GetUserStartupFolder}) {
         if (const std::string folder = folderOf(); !folder.empty()) {
-            TestShortcuts(scanner, folder);
+            for (const std::string& name : modKvFileExplorer::FilesListShallow(folder, "*.*")) {
+                visit(folder + name);
+            }
         }
     }
 }
 
-void HelperScanCommonTacticsAutoRegistry(const Scanner& scanner, Hive hive, std::string_view key) {
+std::string ShortcutFile(const std::string& entry) {
+    return modFiles::ShortcutTargetPath(entry);
+}
+
+void HelperScanCommonTacticsAutoRegistry(const Visit& visit, Hive hive, std::string_view key) {
     Trap(Module, "HelperScanCommonTacticsAutoRegistry", [&] {
         for (const std::string& entry : modRegistry::RegistryValuesList(hive, key)) {
             if (const std::string data = modHelper::StringAfterColon(entry); !data.empty()) {
-                TestFile(scanner, FilePathFromRunEntry(data));
+                visit(data);
             }
         }
     });
 }
 
-void TestRunLists(const Scanner& scanner) {
+void ListRunEntries(const Visit& visit) {
     for (const RunList& list : RunLists) {
-        HelperScanCommonTacticsAutoRegistry(scanner, list.hive, list.key);
+        HelperScanCommonTacticsAutoRegistry(visit, list.hive, list.key);
     }
 }
 
+std::string RunFile(const std::string& entry) {
+    return FilePathFromRunEntry(entry);
+}
+
 // The value is a list of programs with a comma between two of them.
-void TestWinlogonValue(const Scanner& scanner, std::string_view name) {
+void ListWinlogonValue(const Visit& visit, std::string_view name) {
     const std::string programs = ToText(modRegistry::GetRegistryValue(HiveLocalMachine, Winlogon, name));
     for (std::size_t start = 0; start <= programs.size();) {
         const std::size_t end = std::min(programs.find(',', start), programs.size());
         if (end > start) {
-            const std::string path =
-                modHelper::GetFilePathFromPathWithCommand(std::string_view(programs).substr(start, end - start));
-            TestFile(scanner, ToText(modFolderPaths::ResolveFilePathEx(path)));
+            visit(programs.substr(start, end - start));
         }
         start = end + 1;
     }
 }
 
-void TestWinlogonShell(const Scanner& scanner) {
-    TestWinlogonValue(scanner, "Shell");
+void ListWinlogonShell(const Visit& visit) {
+    ListWinlogonValue(visit, "Shell");
 }
 
-void TestWinlogonUserinit(const Scanner& scanner) {
-    TestWinlogonValue(scanner, "Userinit");
+void ListWinlogonUserinit(const Visit& visit) {
+    ListWinlogonValue(visit, "Userinit");
+}
+
+std::string WinlogonFile(const std::string& entry) {
+    return ToText(modFolderPaths::ResolveFilePathEx(modHelper::GetFilePathFromPathWithCommand(entry)));
 }
 
 struct Stage {
     std::string_view routine;  // its name in the log
     std::string_view text;     // its event
-    void (*test)(const Scanner&);
+    void (*list)(const Visit&);
+    std::string (*file)(const std::string& entry);  // empty when there is none
+    bool tested = true;
 };
 constexpr Stage Stages[] = {
-    {"ScanCommonTacticsStartupFiles", "Scanning start up programs", TestStartupFiles},
-    {"ScanCommonTacticsAutoRegistry", "Scanning start up registry programs", TestRunLists},
-    {"ScanCommonTacticsBHOs", "Scanning Browser Helper Objects (BHOs)", TestClasses<BHOs>},
-    {"ScanCommonTacticsIEExtensions", "Scanning Internet Explorer Extensions", TestClasses<IEExtensions>},
-    {"ScanCommonTacticsIEToolbars", "Scanning Internet Explorer Toolbars", TestClasses<IEToolbars>},
-    {"ScanCommonTacticsIEExplorerBars", "Scanning Internet Explorer Explorer Bars", TestClasses<IEExplorerBars>},
-    {"ScanCommonTacticsIEShellBrowser", "Scanning Internet Explorer ShellBrowser", TestClasses<IEShellBrowser>},
-    {"ScanCommonTacticsIEWebBrowser", "Scanning Internet Explorer WebBrowser", TestClasses<IEWebBrowser>},
-    {"ScanCommonTacticsIEURLSearchHooks", "Scanning Internet Explorer URLSearchHooks", TestClasses<IEURLSearchHooks>},
-    {"ScanCommonTacticsShellExecuteHooks", "Scanning ShellExecuteHooks", TestClasses<ShellExecuteHooks>},
-    {"ScanCommonTacticsActiveX", "Scanning ActiveX Programs", ResolveActiveX},
-    {"ScanCommonTacticsWinlogonShell", "Scanning Winlogon Shell Programs", TestWinlogonShell},
-    {"ScanCommonTacticsWinlogonUserinit", "Scanning Winlogon Shell Programs", TestWinlogonUserinit},
+    {"ScanCommonTacticsStartupFiles", "Scanning start up programs", ListStartupFiles, ShortcutFile},
+    {"ScanCommonTacticsAutoRegistry", "Scanning start up registry programs", ListRunEntries, RunFile},
+    {"ScanCommonTacticsBHOs", "Scanning Browser Helper Objects (BHOs)", ListClasses<BHOs>, ClassFile},
+    {"ScanCommonTacticsIEExtensions", "Scanning Internet Explorer Extensions", ListClasses<IEExtensions>, ClassFile},
+    {"ScanCommonTacticsIEToolbars", "Scanning Internet Explorer Toolbars", ListClasses<IEToolbars>, ClassFile},
+    {"ScanCommonTacticsIEExplorerBars", "Scanning Internet Explorer Explorer Bars", ListClasses<IEExplorerBars>,
+     ClassFile},
+    {"ScanCommonTacticsIEShellBrowser", "Scanning Internet Explorer ShellBrowser", ListClasses<IEShellBrowser>,
+     ClassFile},
+    {"ScanCommonTacticsIEWebBrowser", "Scanning Internet Explorer WebBrowser", ListClasses<IEWebBrowser>, ClassFile},
+    {"ScanCommonTacticsIEURLSearchHooks", "Scanning Internet Explorer URLSearchHooks", ListClasses<IEURLSearchHooks>,
+     ClassFile},
+    {"ScanCommonTacticsShellExecuteHooks", "Scanning ShellExecuteHooks", ListClasses<ShellExecuteHooks>, ClassFile},
+    // What is downloaded is found by the walk and the registry stage.
+    {"ScanCommonTacticsActiveX", "Scanning ActiveX Programs", ListClasses<ActiveX>, ClassFile, false},
+    {"ScanCommonTacticsWinlogonShell", "Scanning Winlogon Shell Programs", ListWinlogonShell, WinlogonFile},
+    {"ScanCommonTacticsWinlogonUserinit", "Scanning Winlogon Shell Programs", ListWinlogonUserinit, WinlogonFile},
 };
+
+// What names a server is left to its turn, so that one that does not answer is waited for once.
+constexpr std::string_view Server = R"(\\)";
+
+// The files of a stage, found as the stage itself will find them. What is wrong with an entry is told at its turn.
+class EntriesAhead : public PathsAhead {
+public:
+    explicit EntriesAhead(const Stage& stage) : stage_(stage) {
+        const Unnoticed unnoticed;
+        ResumeNext([&] { stage_.list([&](const std::string& entry) { entries_.push_back(entry); }); });
+    }
+
+    // A single file is read at its turn as fast.
+    [[nodiscard]] bool Pays() const { return entries_.size() > 1; }
+
+    bool Next(AheadItem& item, bool /*slow*/) override {
+        if (next_ == entries_.size()) {
+            return false;
+        }
+        const std::string& entry = entries_[next_++];
+        std::string path;
+        if (entry.find(Server) == std::string::npos) {
+            const Unnoticed unnoticed;
+            ResumeNext([&] { path = stage_.file(entry); });
+        }
+        Fill(item, std::move(path));
+        return true;
+    }
+
+private:
+    const Stage& stage_;
+    std::vector<std::string> entries_;
+    std::size_t next_ = 0;
+};
+
+void Test(const Stage& stage, const Scanner& scanner) {
+    std::optional<LookAhead> ahead;
+    if (stage.tested && scanner.HashesFiles()) {
+        if (auto entries = std::make_unique<EntriesAhead>(stage); entries->Pays()) {
+            ahead.emplace(std::move(entries));
+        }
+    }
+    stage.list([&](const std::string& entry) {
+        const std::string path = stage.file(entry);
+        if (stage.tested) {
+            TestFile(scanner, path);
+        }
+    });
+}
 
 }  // namespace
 
@@ -223,7 +286,7 @@ void ScanCommonTactics(const Scanner& scanner) {
             }
             Trap(Module, stage.routine, [&] {
                 RequireCurrentScan()->EventStartingLocation(stage.text, ScanTypeFiles);
-                stage.test(scanner);
+                Test(stage, scanner);
                 DoEvents();
             });
         }

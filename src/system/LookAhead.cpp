@@ -62,9 +62,8 @@ void PathsAhead::Fill(AheadItem& item, std::string named) {
         auto files = platform::Current().files->Ahead(text);
         folder_ = std::make_shared<const AheadFolder>(AheadFolder{std::move(text), std::move(files)});
     }
-    if (const auto index = folder_->files ? folder_->files->IndexOf(path.substr(end)) : std::nullopt) {
+    if (folder_->files) {
         item.folder = folder_;
-        item.index = *index;
     }
 }
 
@@ -75,6 +74,14 @@ bool AheadItem::Is(std::string_view wanted) const {
     const std::string_view name = folder->files->Name(index);
     return wanted.size() == folder->path.size() + name.size() && wanted.ends_with(name) &&
            wanted.starts_with(folder->path);
+}
+
+std::unique_ptr<platform::AheadFile> AheadItem::Open() const {
+    if (folder == nullptr) {
+        return nullptr;
+    }
+    return path.empty() ? folder->files->Open(index)
+                        : folder->files->OpenNamed(std::string_view(path).substr(folder->path.size()));
 }
 
 LookAhead::LookAhead(std::unique_ptr<AheadSource> source, Ready ready)
@@ -158,7 +165,7 @@ bool LookAhead::Fetch() {
     if (atEnd_) {
         return false;
     }
-    auto file = item.what.folder ? item.what.folder->files->Open(item.what.index) : nullptr;
+    auto file = item.what.Open();
     atOnce_ = item.what.folder ? item.what.folder->files->AtOnce() : atOnce_;
     // One that is at rest and outside of the limits need not be remembered.
     if (file && atOnce_ == 1 && file->Opened() && !modMD5::IsHashed(file->Stamp().size)) {

@@ -26,10 +26,12 @@ struct AheadFolder {
 /// A file that is likely to be asked for.
 struct AheadItem {
     std::shared_ptr<const AheadFolder> folder;  ///< null when it can't be read ahead
-    std::size_t index = 0;                      ///< in its folder
+    std::size_t index = 0;                      ///< in its folder, where `path` is empty
     std::string path;  ///< to the letter as modMD5::FileMD5 will be given it; empty: the folder's with the listed name
 
     [[nodiscard]] bool Is(std::string_view wanted) const;
+    /// Null when it can't be read ahead.
+    [[nodiscard]] std::unique_ptr<platform::AheadFile> Open() const;
 };
 
 /// Says what will be asked for, in that order. It may be wrong: that costs time and nothing else.
@@ -44,11 +46,11 @@ public:
 /// Files by their full paths.
 class PathsAhead : public AheadSource {
 protected:
-    /// Makes `item` the file of a path; one that is never asked for where there is no such file.
+    /// Makes `item` the file of a path; one that is passed over where there is no such file.
     void Fill(AheadItem& item, std::string path);
 
 private:
-    std::shared_ptr<const AheadFolder> folder_;  // of the last one, with or without files
+    std::shared_ptr<const AheadFolder> folder_;  // of the last one
 };
 
 /// The files of a list of paths.

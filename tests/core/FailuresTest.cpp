@@ -7,6 +7,7 @@
 
 #include "core/Collection.h"
 #include "core/Recordset.h"
+#include "core/Unnoticed.h"
 #include "core/Value.h"
 #include "decorators/FaultInjectingPlatform.h"
 #include "decorators/ForwardingFiles.h"
@@ -299,6 +300,19 @@ TEST_F(ErrorChannel, EachEngineStateCountsItsOwnFailures) {
         EXPECT_EQ(Failures().errors, 1);
     }
     EXPECT_EQ(Failures().errors, 1);
+    EXPECT_EQ(Reported().size(), 1U);
+}
+
+TEST_F(ErrorChannel, NothingIsReportedDuringALookAhead) {
+    {
+        const Unnoticed unnoticed;
+        const Unnoticed within;
+        EXPECT_FALSE(Trap("m", "p", [] { Raise(ErrPermissionDenied); }));
+    }
+    EXPECT_EQ(Failures().errors, 0);
+    EXPECT_TRUE(Reported().empty());
+    EXPECT_FALSE(Exists(LogPath()));
+    ReportError("a", "5", "m", "p");
     EXPECT_EQ(Reported().size(), 1U);
 }
 

@@ -3,6 +3,7 @@
 
 #include <gmock/gmock.h>
 
+#include "core/Unnoticed.h"
 #include "decorators/FaultInjectingPlatform.h"
 #include "support/EngineTest.h"
 
@@ -73,6 +74,17 @@ TEST_F(Watch, WhatIsNotThereIsNotUnreadable) {
     EXPECT_EQ(watch.FindFirst(Folder() + "none*", entry).Error(), SysError::FileNotFound);
     EXPECT_EQ(watch.FindFirst(Folder() + "none\\*", entry).Error(), SysError::PathNotFound);
     EXPECT_THAT(noted, IsEmpty());
+}
+
+TEST_F(Watch, ALookAheadIsNotNoticed) {
+    faults.Lock(Folder() + "a.txt");
+    {
+        const Unnoticed unnoticed;
+        EXPECT_EQ(watch.Open(Folder() + "a.txt", OpenMode::Read).Error(), SysError::SharingViolation);
+        EXPECT_THAT(noted, IsEmpty());
+    }
+    EXPECT_EQ(watch.Open(Folder() + "a.txt", OpenMode::Read).Error(), SysError::SharingViolation);
+    EXPECT_THAT(noted, ElementsAre(Pair(Folder() + "a.txt", SysError::SharingViolation)));
 }
 
 TEST_F(Watch, AFileThatCanNotBeOpenedIsReported) {

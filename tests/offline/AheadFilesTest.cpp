@@ -34,9 +34,9 @@ protected:
     static void Settle() { std::this_thread::sleep_for(std::chrono::milliseconds(60)); }
     [[nodiscard]] std::unique_ptr<FolderAhead> Folder() { return Files().Ahead("C:\\f\\"); }
     static std::unique_ptr<AheadFile> Open(FolderAhead& folder, std::string_view name) {
-        const auto index = folder.IndexOf(name);
-        EXPECT_TRUE(index) << name;
-        return index ? folder.Open(*index) : nullptr;
+        auto file = folder.OpenNamed(name);
+        EXPECT_NE(file, nullptr) << name;
+        return file;
     }
     [[nodiscard]] static bool IsOpen(const std::unique_ptr<AheadFile>& file) { return file && file->Opened(); }
     // Whole, in pieces of a size.

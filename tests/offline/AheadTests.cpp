@@ -34,7 +34,7 @@ protected:
         }
         do {
             folder_ = Files().Ahead("C:\\");
-        } while (folder_->Open(*folder_->IndexOf("59.bin")) == nullptr);
+        } while (folder_->OpenNamed("59.bin") == nullptr);
     }
     // The medium's own copy is all that is left of it.
     void Forget(const std::filesystem::path& path) {
@@ -43,7 +43,7 @@ protected:
         posix_fadvise(fd, 0, 0, POSIX_FADV_DONTNEED);
         close(fd);
     }
-    std::unique_ptr<AheadFile> Open(const std::string& name) { return folder_->Open(*folder_->IndexOf(name)); }
+    std::unique_ptr<AheadFile> Open(const std::string& name) { return folder_->OpenNamed(name); }
 
     const EnvironmentVariable alone_{"KEL_READ_RING", "0"};
     std::unique_ptr<platform::FolderAhead> folder_;
@@ -78,8 +78,9 @@ TEST_F(AheadOnHost, WhatIsAskedForIsReadWhole) {
 }
 
 TEST_F(AheadOnHost, AFolderThatIsAskedForIsEnteredAsEver) {
+    ASSERT_EQ(folder_->Name(folder_->Count() - 1), "sub");
     for (int i = 0; i < 20; ++i) {
-        folder_->WillBeEntered(*folder_->IndexOf("sub"));
+        folder_->WillBeEntered(folder_->Count() - 1);
     }
     EXPECT_NE(Files().Ahead("C:\\sub\\"), nullptr);
 }

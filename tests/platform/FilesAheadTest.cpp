@@ -20,9 +20,8 @@ protected:
     static std::unique_ptr<AheadFile> OpenSettled(FolderAhead& folder, std::string_view name) {
         const auto until = std::chrono::steady_clock::now() + std::chrono::seconds(20);
         std::unique_ptr<AheadFile> file;
-        const auto index = folder.IndexOf(name);
-        while (index && file == nullptr && std::chrono::steady_clock::now() < until) {
-            file = folder.Open(*index);
+        while (file == nullptr && std::chrono::steady_clock::now() < until) {
+            file = folder.OpenNamed(name);
         }
         return file;
     }
@@ -50,8 +49,24 @@ TEST_F(FilesAhead, AFolderTellsItsEntriesAndTheirKinds) {
     }
     std::sort(names.begin(), names.end());
     EXPECT_EQ(names, (std::vector<std::string>{"a.txt", "b.txt", "sub"}));
-    EXPECT_TRUE(folder->IndexOf("A.TXT").has_value());
-    EXPECT_FALSE(folder->IndexOf("c.txt").has_value());
+}
+
+TEST_F(FilesAhead, AFileIsOpenedByItsPlaceOrItsName) {
+    Put("a.txt", "abc");
+    MakeFolder(Real(), Path("sub"));
+    const auto folder = Ahead();
+    ASSERT_NE(OpenSettled(*folder, "a.txt"), nullptr);
+    for (const char* name : {"a.txt", "A.TXT"}) {
+        const auto file = folder->OpenNamed(name);
+        ASSERT_NE(file, nullptr) << name;
+        EXPECT_EQ(ReadAll(*file), "abc");
+    }
+    for (std::size_t index = 0; index < folder->Count(); ++index) {
+        EXPECT_EQ(folder->Open(index) != nullptr, folder->Name(index) == "a.txt");
+    }
+    for (const char* name : {"c.txt", "sub", ""}) {
+        EXPECT_EQ(folder->OpenNamed(name), nullptr) << name;
+    }
 }
 
 TEST_F(FilesAhead, AFolderThatIsNotThereIsNone) {
@@ -87,7 +102,8 @@ TEST_F(FilesAhead, AFolderThatIsAskedForIsEnteredAsEver) {
     MakeFolder(Real(), Path("sub"));
     Put("sub\\a.txt", "a");
     const auto folder = Ahead();
-    folder->WillBeEntered(*folder->IndexOf("sub"));
+    ASSERT_EQ(folder->Count(), 1U);
+    folder->WillBeEntered(0);
     const auto sub = Ahead("sub\\");
     ASSERT_NE(sub, nullptr);
     EXPECT_EQ(sub->Count(), 1U);

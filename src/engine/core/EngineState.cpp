@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "core/RuntimeError.h"
+#include "core/Unnoticed.h"
 #include "platform/Platform.h"
 
 namespace kel {
@@ -16,6 +17,7 @@ struct ScopeData {
     std::int16_t lastOptionalScan = 0;
     std::int16_t optMaxOptionLevel = 0;
     std::int32_t optMaxMD5Len = 0;
+    bool unnoticed = false;
     std::unordered_map<std::type_index, std::shared_ptr<void>> modules;
     // Of the modules those that were asked for last, by the address of their type's name; equal types may have several.
     struct Recent {
@@ -87,8 +89,21 @@ void* ModuleSlot(std::type_index type, std::shared_ptr<void> (*make)()) {
     return recent.slot;
 }
 
+Unnoticed::Unnoticed() : outer_(std::exchange(Data().unnoticed, true)) {
+}
+
+Unnoticed::~Unnoticed() {
+    Data().unnoticed = outer_;
+}
+
+bool Unnoticed::Active() {
+    return kel::Active() != nullptr && kel::Active()->unnoticed;
+}
+
 void DoEvents() {
-    platform::Current().loop->DoEvents();
+    if (!Unnoticed::Active()) {
+        platform::Current().loop->DoEvents();
+    }
 }
 
 }  // namespace kel

@@ -116,7 +116,7 @@ private:
     std::unique_ptr<Impl> impl_;
 };
 
-/// Lets waiting calls in, through the platform's message loop.
+/// Lets waiting calls in, through the platform's message loop; not during a look ahead (see Unnoticed).
 void DoEvents();
 
 }  // namespace kel

@@ -6,6 +6,7 @@
 #include "core/EngineState.h"
 #include "core/Paths.h"
 #include "core/Text.h"
+#include "core/Unnoticed.h"
 #include "core/Value.h"
 #include "platform/Platform.h"
 
@@ -82,6 +83,9 @@ void WriteErrorLog(std::string_view description, std::string_view number, std::s
 
 void ReportError(std::string_view description, std::string_view number, std::string_view module,
                  std::string_view procedure, int /*reserved*/) noexcept {
+    if (Unnoticed::Active()) {
+        return;
+    }
     ResumeNext([&] { Notify(description, number, module, procedure); });
     ResumeNext([&] { WriteErrorLog(description, number, module, procedure); });
 }

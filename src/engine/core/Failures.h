@@ -11,7 +11,8 @@
 
 namespace kel {
 
-/// Appends a line to `errors.log` below the user data folder. Never fails towards its caller.
+/// Appends a line to `errors.log` below the user data folder. Never fails towards its caller. During a look ahead (see
+/// Unnoticed) nothing is reported.
 /// @param description text as it shall stand in the line
 /// @param number error number as text; "0" after trimming means "Informational only:"
 /// @param reserved not read

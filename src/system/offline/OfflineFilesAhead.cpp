@@ -36,10 +36,6 @@ public:
         return kind == DT_REG ? Kind::File : kind == DT_DIR ? Kind::Folder : Kind::Other;
     }
 
-    [[nodiscard]] std::optional<std::size_t> IndexOf(std::string_view name) const override {
-        return listing_->Find(name);
-    }
-
     std::unique_ptr<AheadFile> Open(std::size_t index) override {
         // A name as listed is one component of the host's, so that there is no way out of the folder.
         std::string changed;
@@ -55,6 +51,10 @@ public:
             }
             queue_->AskForFolder(folder_->Fd(), host);
         }
+    }
+    std::unique_ptr<AheadFile> OpenNamed(std::string_view name) override {
+        const auto index = listing_->Find(name);
+        return index ? Open(*index) : nullptr;
     }
 
 private:

@@ -144,11 +144,11 @@ public:
     /// Name of an entry from 0; valid as long as the object.
     [[nodiscard]] virtual std::string_view Name(std::size_t index) const = 0;
     virtual Kind KindOf(std::size_t index) = 0;
-    /// The entry of a name as the machine compares names.
-    [[nodiscard]] virtual std::optional<std::size_t> IndexOf(std::string_view name) const = 0;
     /// Opens a file without a trace, where that is allowed of its last access too. Null when it is no file, can't be
     /// opened, or changed so recently that a further change could go unseen.
     virtual std::unique_ptr<AheadFile> Open(std::size_t index) = 0;
+    /// The same for the entry of a name as the machine compares names.
+    virtual std::unique_ptr<AheadFile> OpenNamed(std::string_view name) = 0;
     /// Says that a folder of it will be entered soon. It does not wait for it.
     virtual void WillBeEntered(std::size_t /*index*/) {}
     /// How many files are worth being opened and read at the same time: 1 where each waits for the one before.

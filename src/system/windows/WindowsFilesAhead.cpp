@@ -102,47 +102,19 @@ class WindowsFolderAhead final : public FolderAhead {
 public:
     explicit WindowsFolderAhead(std::string path) : path_(std::move(path)) {}
 
-    /// False when the folder can't be listed.
-    bool List() {
-        WIN32_FIND_DATAA found;
-        const FindHandle handle(::FindFirstFileA((path_ + "*.*").c_str(), &found));
-        if (!handle) {
-            return false;
-        }
-        do {
-            const std::string_view name = found.cFileName;
-            if (name != "." && name != "..") {
-                entries_.push_back({std::string(name), found.dwFileAttributes});
-            }
-        } while (::FindNextFileA(handle.Get(), &found) != FALSE);
-        return true;
-    }
-
-    [[nodiscard]] std::size_t Count() const override { return entries_.size(); }
-    [[nodiscard]] std::string_view Name(std::size_t index) const override { return entries_[index].name; }
+    [[nodiscard]] std::size_t Count() const override { return Entries().size(); }
+    [[nodiscard]] std::string_view Name(std::size_t index) const override { return Entries()[index].name; }
     Kind KindOf(std::size_t index) override {
-        return (entries_[index].attributes & FILE_ATTRIBUTE_DIRECTORY) != 0 ? Kind::Folder : Kind::File;
-    }
-    [[nodiscard]] std::optional<std::size_t> IndexOf(std::string_view name) const override {
-        const std::string wanted(name);
-        const auto found = std::find_if(entries_.begin(), entries_.end(), [&](const Entry& entry) {
-            return ::lstrcmpiA(entry.name.c_str(), wanted.c_str()) == 0;
-        });
-        return found == entries_.end() ? std::nullopt
-                                       : std::optional(static_cast<std::size_t>(found - entries_.begin()));
+        return (Entries()[index].attributes & FILE_ATTRIBUTE_DIRECTORY) != 0 ? Kind::Folder : Kind::File;
     }
 
     std::unique_ptr<AheadFile> Open(std::size_t index) override {
-        if (KindOf(index) != Kind::File || (entries_[index].attributes & Elsewhere) != 0) {
-            return nullptr;
-        }
-        FileHandle handle(::CreateFileA((path_ + entries_[index].name).c_str(), GENERIC_READ, ShareAll, nullptr,
-                                        OPEN_EXISTING, FILE_FLAG_SEQUENTIAL_SCAN, nullptr));
-        const Result<FileStamp> stamp = handle ? StampOf(handle.Get()) : LastError();
-        if (!stamp || !IsSettled(*stamp)) {
-            return nullptr;
-        }
-        return std::make_unique<WindowsAheadFile>(std::move(handle), *stamp);
+        return Open(path_ + Entries()[index].name, Entries()[index].attributes);
+    }
+    std::unique_ptr<AheadFile> OpenNamed(std::string_view name) override {
+        const std::string path = path_ + std::string(name);
+        const DWORD attributes = ::GetFileAttributesA(path.c_str());
+        return attributes == INVALID_FILE_ATTRIBUTES ? nullptr : Open(path, attributes);
     }
 
 private:
@@ -150,8 +122,43 @@ private:
         std::string name;
         DWORD attributes;
     };
+
+    // Listed when it is asked for: who knows his files by name needs no list, and the folder may be a large one.
+    const std::vector<Entry>& Entries() const {
+        if (listed_) {
+            return entries_;
+        }
+        listed_ = true;
+        WIN32_FIND_DATAA found;
+        const FindHandle handle(::FindFirstFileA((path_ + "*.*").c_str(), &found));
+        if (!handle) {
+            return entries_;
+        }
+        do {
+            const std::string_view name = found.cFileName;
+            if (name != "." && name != "..") {
+                entries_.push_back({std::string(name), found.dwFileAttributes});
+            }
+        } while (::FindNextFileA(handle.Get(), &found) != FALSE);
+        return entries_;
+    }
+
+    static std::unique_ptr<AheadFile> Open(const std::string& path, DWORD attributes) {
+        if ((attributes & (FILE_ATTRIBUTE_DIRECTORY | Elsewhere)) != 0) {
+            return nullptr;
+        }
+        FileHandle handle(::CreateFileA(path.c_str(), GENERIC_READ, ShareAll, nullptr, OPEN_EXISTING,
+                                        FILE_FLAG_SEQUENTIAL_SCAN, nullptr));
+        const Result<FileStamp> stamp = handle ? StampOf(handle.Get()) : LastError();
+        if (!stamp || !IsSettled(*stamp)) {
+            return nullptr;
+        }
+        return std::make_unique<WindowsAheadFile>(std::move(handle), *stamp);
+    }
+
     std::string path_;
-    std::vector<Entry> entries_;
+    mutable std::vector<Entry> entries_;
+    mutable bool listed_ = false;
 };
 
 }  // namespace
@@ -167,8 +174,9 @@ std::unique_ptr<FolderAhead> WindowsFiles::Ahead(std::string_view folder) {
     if (!path.ends_with('\\')) {
         path += '\\';
     }
-    auto files = std::make_unique<WindowsFolderAhead>(std::move(path));
-    return files->List() ? std::move(files) : nullptr;
+    const DWORD attributes = ::GetFileAttributesA(path.c_str());
+    const bool isFolder = attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+    return isFolder ? std::make_unique<WindowsFolderAhead>(std::move(path)) : nullptr;
 }
 
 }  // namespace kel::windows
