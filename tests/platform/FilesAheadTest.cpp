@@ -22,6 +22,9 @@ protected:
         std::unique_ptr<AheadFile> file;
         while (file == nullptr && std::chrono::steady_clock::now() < until) {
             file = folder.OpenNamed(name);
+            if (file && !file->Opened()) {
+                file.reset();
+            }
         }
         return file;
     }
@@ -58,11 +61,12 @@ TEST_F(FilesAhead, AFileIsOpenedByItsPlaceOrItsName) {
     ASSERT_NE(OpenSettled(*folder, "a.txt"), nullptr);
     for (const char* name : {"a.txt", "A.TXT"}) {
         const auto file = folder->OpenNamed(name);
-        ASSERT_NE(file, nullptr) << name;
+        ASSERT_TRUE(file && file->Opened()) << name;
         EXPECT_EQ(ReadAll(*file), "abc");
     }
     for (std::size_t index = 0; index < folder->Count(); ++index) {
-        EXPECT_EQ(folder->Open(index) != nullptr, folder->Name(index) == "a.txt");
+        const auto file = folder->Open(index);
+        EXPECT_EQ(file && file->Opened(), folder->Name(index) == "a.txt");
     }
     for (const char* name : {"c.txt", "sub", ""}) {
         EXPECT_EQ(folder->OpenNamed(name), nullptr) << name;
