@@ -61,6 +61,40 @@ function(kel_program name dir)
   target_link_libraries(${name} PRIVATE ${ARGN} kel_options)
 endfunction()
 
+# kel_test_on_versions(NAME LABEL FILTER VERSION...): the tests of a program that match FILTER ("": all), again under other
+# versions of Windows, each version as one test NAME.LABEL-VERSION.
+function(kel_test_on_versions name label filter)
+  if(NOT WIN32 OR NOT KEL_PROGRAMS_RUN)
+    return()
+  endif()
+  foreach(version ${ARGN})
+    set(test ${name}.${label}-${version})
+    if(filter STREQUAL "")
+      add_test(NAME ${test} COMMAND ${name})
+    else()
+      add_test(NAME ${test} COMMAND ${name} --gtest_filter=${filter})
+    endif()
+    set_tests_properties(${test} PROPERTIES RESOURCE_LOCK wine-${version} ENVIRONMENT KEL_WINE_VERSION=${version} TIMEOUT 300)
+  endforeach()
+endfunction()
+
+# kel_golden(NAME TEMPLATE PATTERN): the files of golden/ that match PATTERN, as arrays of bytes in the test program NAME.
+# TEMPLATE.cpp.in holds @arrays@ and @entries@, rows of {"name", {array, size}}.
+function(kel_golden name template pattern)
+  file(GLOB files CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/golden/${pattern})
+  set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${files})
+  foreach(golden ${files})
+    get_filename_component(array ${golden} NAME_WE)
+    file(READ ${golden} bytes HEX)
+    string(REGEX REPLACE "(..)" "'\\\\x\\1'," bytes "${bytes}")
+    string(APPEND arrays "constexpr char ${array}[] = {${bytes}};\n")
+    string(APPEND entries "    {\"${array}\", {${array}, sizeof ${array}}},\n")
+  endforeach()
+  configure_file(${template}.cpp.in ${CMAKE_CURRENT_BINARY_DIR}/${template}.cpp @ONLY)
+  target_sources(${name} PRIVATE ${CMAKE_CURRENT_BINARY_DIR}/${template}.cpp)
+  target_include_directories(${name} PRIVATE ${CMAKE_CURRENT_SOURCE_DIR})
+endfunction()
+
 # kel_test(NAME DIR DEPENDS...): all .cpp files of DIR as one test program; each of its tests is a ctest test. Tests that
 # match KEL_LONE_TESTS, a gtest filter, are never run beside each other: they act on what runs on the whole machine.
 function(kel_test name dir)

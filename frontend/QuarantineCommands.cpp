@@ -45,21 +45,11 @@ void AddRecords(CLI::App& app, bool needed, QuarantineOptions& options) {
     option->required(needed);
 }
 
-std::optional<std::string> Missing([[maybe_unused]] const QuarantineCommand& command,
-                                   const QuarantineOptions& options) {
+std::optional<std::string> Missing(const QuarantineCommand& command, const QuarantineOptions& options) {
     if (options.userData.empty()) {
         return "--user-data is required";
     }
-#ifdef _WIN32
-    if (!options.machine.empty() || !options.drives.empty() || !options.user.empty()) {
-        return "--machine, --drive and --user belong to a machine that does not run; here the running one is meant";
-    }
-#else
-    if (command.needsMachine && options.machine.empty() && options.drives.empty()) {
-        return "--machine or --drive is required";
-    }
-#endif
-    return std::nullopt;
+    return CheckMachineOptions(options, command.needsMachine);
 }
 
 int UsageError(const std::string& command, const std::string& problem, const Streams& streams) {

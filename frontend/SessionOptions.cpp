@@ -62,6 +62,19 @@ std::span<const OptionRow<SessionOptions>> SessionOptionTable() {
     return Table;
 }
 
+Problem CheckMachineOptions(const SessionOptions& options, [[maybe_unused]] bool needed) {
+#ifdef _WIN32
+    if (!options.machine.empty() || !options.drives.empty() || !options.user.empty()) {
+        return "--machine, --drive and --user belong to a machine that does not run; here the running one is meant";
+    }
+#else
+    if (needed && options.machine.empty() && options.drives.empty()) {
+        return "--machine or --drive is required";
+    }
+#endif
+    return std::nullopt;
+}
+
 Problem CheckSessionOptions(const SessionOptions& options) {
     if (options.data.empty()) {
         return "--data is required";
@@ -69,16 +82,7 @@ Problem CheckSessionOptions(const SessionOptions& options) {
     if (options.userData.empty()) {
         return "--user-data is required";
     }
-#ifdef _WIN32
-    if (!options.machine.empty() || !options.drives.empty() || !options.user.empty()) {
-        return "--machine, --drive and --user belong to a machine that does not run; here the running one is meant";
-    }
-#else
-    if (options.machine.empty() && options.drives.empty()) {
-        return "--machine or --drive is required";
-    }
-#endif
-    return std::nullopt;
+    return CheckMachineOptions(options, true);
 }
 
 }  // namespace kel::frontend

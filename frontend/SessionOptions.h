@@ -28,6 +28,10 @@ struct SessionOptions {
 /// These options in the order of the help.
 std::span<const OptionRow<SessionOptions>> SessionOptionTable();
 
+/// What is wrong with the options that name the machine; nothing when they can be worked with.
+/// @param needed whether a machine that does not run has to be named
+std::optional<std::string> CheckMachineOptions(const SessionOptions& options, bool needed);
+
 /// What is still missing or contradictory once all options are read; nothing when a session can be opened.
 std::optional<std::string> CheckSessionOptions(const SessionOptions& options);
 

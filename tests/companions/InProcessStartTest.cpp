@@ -5,12 +5,10 @@
 #include <vector>
 
 #include "InProcessEngine.h"
+#include "ScanThatFound.h"
 #include "StartTest.h"
-#include "catalogue/ThreatLite.h"
 #include "core/Recordset.h"
-#include "core/Value.h"
 #include "decorators/FaultInjectingPlatform.h"
-#include "results/Scan.h"
 #include "support/ShippedTables.h"
 
 namespace kel::test {
@@ -42,17 +40,7 @@ protected:
         InProcessEngine before(AppPath());
         before.Start();
         before.SetUserDataFolder(UserFolder());
-        const auto scan = std::make_shared<Scan>();
-        scan->ScanID = ScanID;
-        scan->StartDate = Date{38425};
-        scan->EndDate = Date{38425.5};
-        const auto threat = std::make_shared<DetectedThreat>();
-        threat->ThreatID = Threat;
-        threat->ScanID = ScanID;
-        threat->Threat = std::make_shared<ThreatLite>();
-        threat->Threat->ThreatName = "Seven";
-        threat->ThreatLocationFiles->Add(std::make_shared<ThreatLocationFile>(Path()));
-        scan->DetectedThreats()->Add(threat, "ThreatID:7");
+        const auto scan = ScanThatFound(Path(), ScanID, Threat);
         before.Root().ScanHistory()->Add(scan);
         faults.Lock(Path());
         Cleaner cleaner;
@@ -108,11 +96,7 @@ TEST_F(NextStartOfTheMachine, TheFirstOfSeveralRecordsIsDestroyed) {
         InProcessEngine before(AppPath());
         before.Start();
         before.SetUserDataFolder(UserFolder());
-        const auto scan = std::make_shared<Scan>();
-        const auto threat = std::make_shared<DetectedThreat>();
-        threat->ThreatID = Threat;
-        threat->ThreatLocationFiles->Add(std::make_shared<ThreatLocationFile>(Path()));
-        scan->DetectedThreats()->Add(threat, "ThreatID:7");
+        const auto scan = ScanThatFound(Path(), ScanID, Threat);
         Cleaner cleaner;
         cleaner.InitializeClean(ScanID, scan->DetectedThreats());
         std::string record;

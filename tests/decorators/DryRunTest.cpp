@@ -14,6 +14,7 @@
 #include "decorators/ForwardingFiles.h"
 #include "decorators/ForwardingSystem.h"
 #include "support/FakeProcess.h"
+#include "support/FakeServices.h"
 #include "support/MachineSnapshot.h"
 #include "support/ScratchMachine.h"
 
@@ -393,32 +394,6 @@ public:
     }
 };
 
-class MadeServices : public platform::Services {
-public:
-    std::vector<std::uint32_t> controls;
-    Result<std::unique_ptr<platform::ServiceManager>> OpenManager(std::string_view, std::string_view,
-                                                                  std::uint32_t) override {
-        return std::unique_ptr<platform::ServiceManager>(std::make_unique<Manager>(controls));
-    }
-
-private:
-    struct Spy : platform::Service {
-        explicit Spy(std::vector<std::uint32_t>& list) : controls(list) {}
-        SysError Control(std::uint32_t control) override {
-            controls.push_back(control);
-            return SysError::Success;
-        }
-        std::vector<std::uint32_t>& controls;
-    };
-    struct Manager : platform::ServiceManager {
-        explicit Manager(std::vector<std::uint32_t>& list) : controls(list) {}
-        Result<std::unique_ptr<platform::Service>> Open(std::string_view, std::uint32_t) override {
-            return std::unique_ptr<platform::Service>(std::make_unique<Spy>(controls));
-        }
-        std::vector<std::uint32_t>& controls;
-    };
-};
-
 class DryRunOfRunningMachine : public ::testing::Test {
 protected:
     DryRunOfRunningMachine() {
@@ -451,7 +426,7 @@ protected:
     ScratchMachine machine_;
     Platform inner_{machine_.View()};
     MadeProcesses processes_{*inner_.processes};
-    MadeServices services_;
+    FakeServices services_;
     std::optional<DryRunPlatform> dryRun_;
     Platform view_;
     std::vector<std::string> texts_;

@@ -5,6 +5,7 @@
 #include "decorators/ForwardingSystem.h"
 #include "decorators/ReadOnlyPlatform.h"
 #include "support/FakeProcess.h"
+#include "support/FakeServices.h"
 #include "support/ScratchMachine.h"
 
 namespace kel::test {
@@ -74,40 +75,6 @@ public:
     }
 };
 
-// One service, "Spy".
-class MadeServices : public platform::Services {
-public:
-    std::vector<std::uint32_t> controls;
-
-    Result<std::unique_ptr<platform::ServiceManager>> OpenManager(std::string_view machine, std::string_view,
-                                                                  std::uint32_t) override {
-        if (!machine.empty()) {
-            return SysError::AccessDenied;
-        }
-        return std::unique_ptr<platform::ServiceManager>(std::make_unique<Manager>(controls));
-    }
-
-private:
-    struct Spy : platform::Service {
-        explicit Spy(std::vector<std::uint32_t>& list) : controls(list) {}
-        SysError Control(std::uint32_t control) override {
-            controls.push_back(control);
-            return SysError::Success;
-        }
-        std::vector<std::uint32_t>& controls;
-    };
-    struct Manager : platform::ServiceManager {
-        explicit Manager(std::vector<std::uint32_t>& list) : controls(list) {}
-        Result<std::unique_ptr<platform::Service>> Open(std::string_view name, std::uint32_t) override {
-            if (name != "Spy") {
-                return SysError::ServiceDoesNotExist;
-            }
-            return std::unique_ptr<platform::Service>(std::make_unique<Spy>(controls));
-        }
-        std::vector<std::uint32_t>& controls;
-    };
-};
-
 class ProcessDecorators : public ::testing::Test {
 protected:
     ProcessDecorators() {
@@ -132,7 +99,7 @@ protected:
     ScratchMachine machine_;
     platform::Platform view_ = machine_.View();
     MadeProcesses processes_{*view_.processes};
-    MadeServices services_;
+    FakeServices services_;
     StartingShell shell_{*view_.shell};
 };
 

@@ -7,7 +7,6 @@
 #include <unistd.h>
 
 #include <array>
-#include <cstdio>
 #include <fstream>
 
 #include "Scratch.h"
@@ -16,6 +15,7 @@
 #include "offline/OfflineRegistry.h"
 #include "offline/WineRegistryFile.h"
 #include "offline/WineServerLock.h"
+#include "support/StandInWineServer.h"
 
 namespace kel::offline {
 namespace {
@@ -209,74 +209,29 @@ TEST_F(WineCommit, WhatIsNoFileIsRefused) {
     }
 }
 
-// A server's lock, held by a process of our own, in a root named like those that servers make.
+// A prefix with a server's lock.
 class LivePrefix : public WineCommit {
 protected:
     void SetUp() override {
         fs::create_directories(scratch_.Folder() / "drive_c" / "windows");
         Put("system.reg");
         Put("user.reg");
-        std::string pattern = "/tmp/.wine-kel-XXXXXX";
-        ASSERT_NE(mkdtemp(pattern.data()), nullptr);
-        root_ = pattern;
-        const auto status = StatusOf(scratch_.Folder());
-        std::array<char, 64> name{};
-        std::snprintf(name.data(), name.size(), "server-%lx-%lx", static_cast<unsigned long>(status.st_dev),
-                      static_cast<unsigned long>(status.st_ino));
-        lock_ = root_ / name.data() / "lock";
-        fs::create_directory(lock_.parent_path());
-        std::ofstream stream(lock_);
-    }
-    void TearDown() override {
-        Release();
-        fs::remove_all(root_);
-    }
-    void Hold() {
-        std::array<int, 2> ready{};
-        ASSERT_EQ(::pipe(ready.data()), 0);
-        holder_ = ::fork();
-        ASSERT_GE(holder_, 0);
-        if (holder_ == 0) {
-            const int file = ::open(lock_.c_str(), O_RDWR);
-            struct flock request {};
-            request.l_type = F_WRLCK;
-            request.l_whence = SEEK_SET;
-            const char answer = ::fcntl(file, F_SETLK, &request) == 0 ? 'y' : 'n';
-            if (::write(ready[1], &answer, 1) == 1) {
-                ::pause();
-            }
-            ::_exit(0);
-        }
-        char answer = 'n';
-        EXPECT_EQ(::read(ready[0], &answer, 1), 1);
-        EXPECT_EQ(answer, 'y');
-        ::close(ready[0]);
-        ::close(ready[1]);
-    }
-    void Release() {
-        if (holder_ > 0) {
-            ::kill(holder_, SIGKILL);
-            ::waitpid(holder_, nullptr, 0);
-            holder_ = -1;
-        }
     }
 
-    fs::path root_;
-    fs::path lock_;
-    pid_t holder_ = -1;
+    test::StandInWineServer server_{scratch_.Folder()};
 };
 
 TEST_F(LivePrefix, IsToldByTheServersLock) {
     EXPECT_EQ(HeldServerLock(scratch_.Folder()), "") << "a lock file that nobody holds is an old one";
-    Hold();
-    EXPECT_EQ(HeldServerLock(scratch_.Folder()), lock_.string());
-    EXPECT_EQ(HeldServerLock(root_), "") << "another folder";
-    Release();
+    server_.Hold();
+    EXPECT_EQ(HeldServerLock(scratch_.Folder()), server_.Lock().string());
+    EXPECT_EQ(HeldServerLock(server_.Root()), "") << "another folder";
+    server_.Release();
     EXPECT_EQ(HeldServerLock(scratch_.Folder()), "");
 }
 
 TEST_F(LivePrefix, CanBeReadAndIsNotOpenedForWriting) {
-    Hold();
+    server_.Hold();
     MachineOptions options;
     options.machine = scratch_.Folder();
     EXPECT_NO_THROW(OfflinePlatform{options});
@@ -285,7 +240,7 @@ TEST_F(LivePrefix, CanBeReadAndIsNotOpenedForWriting) {
         const OfflinePlatform platform(options);
         FAIL() << "opened";
     } catch (const OpenError& error) {
-        EXPECT_NE(std::string(error.what()).find(lock_.string()), std::string::npos) << error.what();
+        EXPECT_NE(std::string(error.what()).find(server_.Lock().string()), std::string::npos) << error.what();
     }
 }
 
@@ -293,10 +248,10 @@ TEST_F(LivePrefix, IsNotCommittedWhenItsServerCameMeanwhile) {
     const fs::path path = scratch_.Folder() / "user.reg";
     WineRegistryFile file(path, scratch_.Folder());
     Edit(file);
-    Hold();
+    server_.Hold();
     EXPECT_EQ(file.Commit(), SysError::SharingViolation);
     EXPECT_EQ(Get(path), RegistryFile(Keys));
-    Release();
+    server_.Release();
     EXPECT_EQ(file.Commit(), SysError::Success);
 }
 

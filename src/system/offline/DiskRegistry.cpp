@@ -5,6 +5,7 @@
 
 #include "offline/OfflinePlatform.h"
 #include "offline/RegistryText.h"
+#include "offline/ShellFolderTable.h"
 #include "offline/Wtf8.h"
 
 namespace kel::offline {
@@ -35,7 +36,6 @@ constexpr std::array<std::string_view, 2> PeoplePrefixes{"S-1-5-21-", "S-1-12-1-
 // The hive of a user's classes lies in the folder for local data, which has another name in each language.
 constexpr std::string_view ClassesHive = "\\Microsoft\\Windows\\UsrClass.dat";
 constexpr std::array<std::string_view, 2> LocalDataFolders{"\\AppData\\Local", "\\Local Settings\\Application Data"};
-constexpr std::string_view ExplorerKey = "Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\";
 
 std::u16string ControlSet(std::uint32_t number) {
     const std::string text = "ControlSet" +
@@ -186,9 +186,8 @@ std::vector<std::string> DiskRegistry::ClassesHivesOf(const UserProfile& user, c
     };
     OfflineSystem ofUser = system;
     ofUser.SetVariable("USERPROFILE", user.folder);
-    for (const std::string_view key : {"User Shell Folders", "Shell Folders"}) {
-        const auto local = ReadText(registry_, platform::HiveCurrentUser, std::string(ExplorerKey) + std::string(key),
-                                    "Local AppData");
+    for (const std::string_view key : ShellFolderKeys) {
+        const auto local = ReadText(registry_, platform::HiveCurrentUser, key, "Local AppData");
         if (local && !local->empty()) {
             add(ofUser.Expand(*local));
         }

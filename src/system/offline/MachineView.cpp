@@ -26,9 +26,6 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr std::string_view CurrentVersion = "Software\\Microsoft\\Windows\\CurrentVersion";
-constexpr std::string_view ShellFoldersKey = "Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\Shell Folders";
-constexpr std::string_view UserShellFoldersKey =
-    "Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\User Shell Folders";
 constexpr std::string_view MachineEnvironment = "SYSTEM\\CurrentControlSet\\Control\\Session Manager\\Environment";
 constexpr std::string_view UserEnvironment = "Environment";
 constexpr std::string_view CodePageKey = "SYSTEM\\CurrentControlSet\\Control\\Nls\\CodePage";
@@ -333,7 +330,7 @@ std::optional<std::string> MachineView::Impl::Named(const ShellFolder& folder) {
     }
     const platform::Hive hive =
         folder.base == FolderBase::AllUsers ? platform::HiveLocalMachine : platform::HiveCurrentUser;
-    for (const std::string_view key : {UserShellFoldersKey, ShellFoldersKey}) {
+    for (const std::string_view key : ShellFolderKeys) {
         const auto text = ReadText(registry, hive, key, folder.value);
         if (text && !text->empty()) {
             return system.Expand(*text);

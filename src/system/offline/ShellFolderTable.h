@@ -6,6 +6,12 @@
 
 namespace kel::offline {
 
+/// The keys that name a user's special folders. The first is what the shell goes by.
+inline constexpr std::array<std::string_view, 2> ShellFolderKeys{
+    "Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\User Shell Folders",
+    "Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\Shell Folders",
+};
+
 /// What the usual place of a special folder is below.
 enum class FolderBase { Profile, AllUsers, Windows, Drive };
 

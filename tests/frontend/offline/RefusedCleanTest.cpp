@@ -1,5 +1,4 @@
 // Cleans that must not begin: nobody to ask, a machine in use, asleep or not to be written.
-#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <sched.h>
 #include <signal.h>
@@ -20,6 +19,7 @@
 #include "frontend/ExitCodes.h"
 #include "frontend/Interrupt.h"
 #include "frontend/Question.h"
+#include "support/StandInWineServer.h"
 
 namespace kel::test {
 namespace {
@@ -205,60 +205,20 @@ TEST_F(UnwritableClean, AFolderThatTheUserMayNotChangeIsRefusedByName) {
     EXPECT_TRUE(Refused(Machine().string() + " can't be written by this user", nobody));
 }
 
-// A Wine prefix whose server runs: a process of the test's own holds the lock as servers do.
+// A Wine prefix whose server runs.
 class LiveWine : public RefusedClean {
 protected:
-    LiveWine() {
-        struct stat status {};
-        EXPECT_EQ(::stat(Machine().c_str(), &status), 0);
-        std::string pattern = "/tmp/.wine-kel-XXXXXX";
-        EXPECT_NE(::mkdtemp(pattern.data()), nullptr);
-        servers_ = pattern;
-        char name[64];
-        std::snprintf(name, sizeof name, "server-%lx-%lx", static_cast<unsigned long>(status.st_dev),
-                      static_cast<unsigned long>(status.st_ino));
-        lock = servers_ / name / "lock";
-        std::filesystem::create_directory(lock.parent_path());
-        std::ofstream made(lock);
-        made.close();
-        int ready[2];
-        EXPECT_EQ(::pipe(ready), 0);
-        holder_ = ::fork();
-        if (holder_ == 0) {
-            const int file = ::open(lock.c_str(), O_RDWR);
-            struct flock request {};
-            request.l_type = F_WRLCK;
-            request.l_whence = SEEK_SET;
-            const char answer = ::fcntl(file, F_SETLK, &request) == 0 ? 'y' : 'n';
-            if (::write(ready[1], &answer, 1) == 1) {
-                ::pause();
-            }
-            ::_exit(0);
-        }
-        char answer = 'n';
-        EXPECT_EQ(::read(ready[0], &answer, 1), 1);
-        EXPECT_EQ(answer, 'y');
-        ::close(ready[0]);
-        ::close(ready[1]);
-    }
-    ~LiveWine() override {
-        ::kill(holder_, SIGKILL);
-        ::waitpid(holder_, nullptr, 0);
-        std::filesystem::remove_all(servers_);
-    }
+    LiveWine() : server(Machine()) { server.Hold(); }
 
-    std::filesystem::path lock;
-
-private:
-    std::filesystem::path servers_;
-    pid_t holder_ = -1;
+    StandInWineServer server;
 };
 
 TEST_F(LiveWine, APrefixInUseIsRefusedByNameBeforeAnythingIsTouched) {
     const auto before = Snapshot(Root());
     const Outcome clean = Clean();
     EXPECT_EQ(clean.code, ExitNoInput);
-    EXPECT_THAT(clean.err, HasSubstr(Machine().string() + " is in use: its Wine server holds " + lock.string()));
+    EXPECT_THAT(clean.err,
+                HasSubstr(Machine().string() + " is in use: its Wine server holds " + server.Lock().string()));
     EXPECT_EQ(Snapshot(Root()), before);
     EXPECT_EQ(Scan().code, ExitThreats) << "looking is allowed";
     EXPECT_EQ(Scan({"--quarantine", "--dry-run"}).code, ExitThreats) << "and so is a dry run";
