@@ -24,6 +24,9 @@ public:
     }
 
 private:
+    // Names of services compare without regard to case.
+    static bool IsSpy(std::string_view name) { return name == "Spy" || name == "SPY" || name == "spy"; }
+
     struct Spy : platform::Service {
         explicit Spy(std::vector<std::uint32_t>& list) : controls(list) {}
         platform::SysError Control(std::uint32_t control) override {
@@ -35,7 +38,7 @@ private:
     struct Manager : platform::ServiceManager {
         explicit Manager(std::vector<std::uint32_t>& list) : controls(list) {}
         platform::Result<std::unique_ptr<platform::Service>> Open(std::string_view name, std::uint32_t) override {
-            if (name != "Spy") {
+            if (!IsSpy(name)) {
                 return platform::SysError::ServiceDoesNotExist;
             }
             return std::unique_ptr<platform::Service>(std::make_unique<Spy>(controls));
