@@ -207,6 +207,20 @@ TEST_P(AheadFiles, WithoutADescriptorLeftNoneIsOpened) {
     EXPECT_TRUE(IsOpen(Open(*folder, "0")));
 }
 
+TEST_P(AheadFiles, AreReadOneAfterTheOtherWhereDescriptorsAreFew) {
+    PutOld("a.bin", std::string(5000, 'x'));
+    Settle();
+    rlimit before{};
+    getrlimit(RLIMIT_NOFILE, &before);
+    const rlimit few{256, before.rlim_max};
+    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &few), 0);
+    const auto folder = Folder();
+    const auto file = Open(*folder, "a.bin");
+    setrlimit(RLIMIT_NOFILE, &before);
+    EXPECT_TRUE(IsOpen(file));
+    EXPECT_EQ(folder->AtOnce(), 1U);
+}
+
 TEST_P(AheadFiles, OutliveTheirFolderAndTheMachine) {
     PutOld("a.bin", std::string(5000, 'x'));
     Settle();

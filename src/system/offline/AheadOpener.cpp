@@ -179,7 +179,8 @@ void AheadOpener::BeginFolder() {
 }
 
 bool AheadOpener::GoesBeside() {
-    if (use_ == Use::Never || (use_ == Use::WhereFaster && faster_.Next() == FasterWay::Way::Alone)) {
+    if (use_ == Use::Never || firstForOthers_ < EnoughDescriptors ||
+        (use_ == Use::WhereFaster && faster_.Next() == FasterWay::Way::Alone)) {
         return false;
     }
     if (!ring_) {

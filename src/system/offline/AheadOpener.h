@@ -43,6 +43,8 @@ public:
 private:
     enum class Use : std::uint8_t { Never, WhereFaster, Always };
     static constexpr unsigned FilesAtOnce = 64;
+    // With fewer descriptors, those on their way beside us could be missing elsewhere.
+    static constexpr int EnoughDescriptors = 8 * FilesAtOnce;
 
     static Use Wanted();
     static std::chrono::nanoseconds Now() { return std::chrono::steady_clock::now().time_since_epoch(); }
