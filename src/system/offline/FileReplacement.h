@@ -9,6 +9,7 @@
 #include <string_view>
 #include <vector>
 
+#include "hive/ByteRange.h"
 #include "platform/Result.h"
 
 namespace kel::offline {
@@ -33,12 +34,6 @@ struct WholeFile {
 /// @param room gives memory of that size, or null, which is answered with NotEnoughMemory
 [[nodiscard]] platform::Result<FileIdentity> ReadWhole(const std::filesystem::path& path, std::uint64_t limit,
                                                        const std::function<char*(std::size_t)>& room);
-
-/// A part of a file.
-struct ByteRange {
-    std::size_t offset = 0;
-    std::size_t size = 0;
-};
 
 /// One replacement under way: a temporary file in the same folder, then a rename over the old file. What was prepared
 /// and not committed is removed by the destructor.

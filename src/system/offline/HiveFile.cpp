@@ -86,11 +86,9 @@ SysError HiveFile::Prepare() {
     if (!Changed() || replacement_.Prepared())
         return SysError::Success;
     const std::span<const std::byte> bytes = Render();
-    std::vector<ByteRange> changed;
-    for (const Range& pages : ChangedPages())
-        changed.push_back({pages.offset, pages.size});
+    pages_ = ChangedPages();
     return replacement_.Prepare(path_, identity_,
-                                std::string_view(reinterpret_cast<const char*>(bytes.data()), bytes.size()), &changed);
+                                std::string_view(reinterpret_cast<const char*>(bytes.data()), bytes.size()), &pages_);
 }
 
 SysError HiveFile::Commit() {
@@ -103,7 +101,8 @@ SysError HiveFile::Commit() {
     if (!written)
         return written.Error();
     identity_ = *written;
-    return Hive::Commit();
+    Accept(pages_);
+    return SysError::Success;
 }
 
 void HiveFile::Discard() {

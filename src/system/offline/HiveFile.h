@@ -47,6 +47,7 @@ private:
     std::filesystem::path path_;
     FileIdentity identity_;
     FileReplacement replacement_;
+    std::vector<ByteRange> pages_;  // in which what was prepared differs from the file
 };
 
 }  // namespace kel::offline

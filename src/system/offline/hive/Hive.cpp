@@ -316,22 +316,24 @@ std::span<const std::byte> Hive::Render() {
 SysError Hive::Commit() {
     if (changed_)
         Render();
-    // Brought up to date by the page: to copy a large image anew at each change would cost more than all else.
-    if (began_) {
-        const std::span<const std::byte> bytes = reader_->Image().Bytes();
-        const std::vector<Range> ranges = ChangedPages();
-        before_->resize(bytes.size());
-        for (const Range& range : ranges)
-            std::memcpy(before_->data() + range.offset, bytes.data() + range.offset, range.size);
-    }
-    began_ = changed_ = false;
+    if (began_)
+        Accept(ChangedPages());
     return SysError::Success;
 }
 
-std::vector<Hive::Range> Hive::ChangedPages() const {
+// By the page: to copy a large image anew at each change would cost more than all else.
+void Hive::Accept(const std::vector<ByteRange>& changed) {
+    const std::span<const std::byte> bytes = reader_->Image().Bytes();
+    before_->resize(bytes.size());
+    for (const ByteRange& range : changed)
+        std::memcpy(before_->data() + range.offset, bytes.data() + range.offset, range.size);
+    began_ = changed_ = false;
+}
+
+std::vector<ByteRange> Hive::ChangedPages() const {
     const std::span<const std::byte> bytes = reader_->Image().Bytes();
     const std::size_t common = before_ ? std::min(before_->size(), bytes.size()) : 0;
-    std::vector<Range> ranges;
+    std::vector<ByteRange> ranges;
     for (std::size_t at = 0; at < bytes.size(); at += regf::PageSize) {
         const std::size_t size = std::min(regf::PageSize, bytes.size() - at);
         if (at != 0 && at + size <= common && std::memcmp(before_->data() + at, bytes.data() + at, size) == 0)

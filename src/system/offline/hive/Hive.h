@@ -11,6 +11,7 @@
 #include <string_view>
 #include <vector>
 
+#include "hive/ByteRange.h"
 #include "hive/HiveIndex.h"
 #include "hive/HiveReader.h"
 #include "hive/LogReplay.h"
@@ -66,16 +67,14 @@ public:
     /// The hive as it has to be written now: time and equal sequence numbers in its header, so that its logs are void.
     /// Ends with the next operation.
     std::span<const std::byte> Render();
-    /// A part of the image.
-    struct Range {
-        std::size_t offset = 0;
-        std::size_t size = 0;
-    };
     /// Whole pages, in order, in which the image differs from that of the last Commit or, before one, from what was
     /// there when the first change began. The page of the header is always one of them.
-    [[nodiscard]] std::vector<Range> ChangedPages() const;
+    [[nodiscard]] std::vector<ByteRange> ChangedPages() const;
 
 protected:
+    /// What was changed is taken as what the hive holds.
+    /// @param changed ChangedPages() behind the last change
+    void Accept(const std::vector<ByteRange>& changed);
     /// Called after each change: what was made of the hive before is out of date.
     virtual void OnChange() {}
 
