@@ -3,7 +3,7 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
-#include <linux/io_uring.h>
+#include <liburing.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -21,43 +21,52 @@ constexpr unsigned AtMost = 128;
 
 // What the faulty calls do; the calls have no object.
 struct Faults {
-    int setup = 0;          // error number of the first so many...
-    int setupFailures = 0;  // ...calls
+    int setUp = 0;          // error number of the first so many...
+    int setUpFailures = 0;  // ...calls
     unsigned features = ~0U;
-    int enter = 0;  // error number
-    int enterFailures = 0;
+    int submit = 0;  // error number
+    int submitFailures = 0;
     bool oneAtATime = false;
     bool forgets = false;  // says that it took them
-    int setups = 0;
-    int enters = 0;
+    int setUps = 0;
+    int submits = 0;
     unsigned flags = 0;
+    int untold = 0;  // of those that were taken together
 };
 Faults faults;
 
-int Setup(unsigned entries, io_uring_params* params) {
-    if (faults.setups++ < faults.setupFailures) {
-        errno = faults.setup;
-        return -1;
+int SetUp(unsigned entries, io_uring* ring, io_uring_params* params) {
+    if (faults.setUps++ < faults.setUpFailures) {
+        return -faults.setUp;
     }
     faults.flags = params->flags;
-    const int fd = KernelQueue::HostCalls().setup(entries, params);
+    const int error = KernelQueue::HostCalls().setUp(entries, ring, params);
     params->features &= faults.features;
-    return fd;
+    return error;
 }
 
-int Enter(int queue, unsigned submit, unsigned wait, unsigned flags) {
-    if (faults.enters++ < faults.enterFailures) {
-        errno = faults.enter;
-        return -1;
+int Submit(io_uring* ring) {
+    if (faults.submits++ < faults.submitFailures) {
+        return -faults.submit;
     }
     if (faults.forgets) {
-        errno = ENOMEM;
-        return wait > 0 ? -1 : static_cast<int>(submit);
+        return 1;
     }
-    return KernelQueue::HostCalls().enter(queue, faults.oneAtATime && submit > 1 ? 1 : submit, wait, flags);
+    if (!faults.oneAtATime) {
+        return KernelQueue::HostCalls().submit(ring);
+    }
+    if (faults.untold == 0) {
+        faults.untold = KernelQueue::HostCalls().submit(ring);
+    }
+    --faults.untold;
+    return 1;
 }
 
-constexpr KernelQueue::Calls Faulty = {Setup, Enter};
+int Wait(io_uring* ring, io_uring_cqe** answer) {
+    return faults.forgets ? -ENOMEM : KernelQueue::HostCalls().wait(ring, answer);
+}
+
+constexpr KernelQueue::Calls Faulty = {SetUp, Submit, Wait};
 
 class AskingTheKernel : public ::testing::Test {
 protected:
@@ -74,8 +83,8 @@ protected:
     // False where this machine grants no such queue, as in some containers.
     static bool Granted() {
         io_uring_params params{};
-        const HostFd queue(KernelQueue::HostCalls().setup(1, &params));
-        return queue.Valid();
+        int error = 0;
+        return MakeKernelRing(1, params, 0, error, KernelQueue::HostCalls().setUp) != nullptr;
     }
     HostFd File() const { return HostFd(open((folder / "file").c_str(), O_RDONLY | O_CLOEXEC)); }
     HostFd Parent() const { return HostFd(open(folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC)); }
@@ -141,22 +150,22 @@ TEST_F(AskingTheKernel, ARequestForAClosedDescriptorFailsInSilence) {
 TEST_F(AskingTheKernel, WithoutAQueueNothingIsTaken) {
     for (const int error : {ENOSYS, EPERM, EMFILE, ENOMEM}) {
         faults = {};
-        faults.setup = error;
-        faults.setupFailures = 10;
+        faults.setUp = error;
+        faults.setUpFailures = 10;
         KernelQueue queue(Faulty);
         EXPECT_EQ(AskAndClose(queue, 40), 0);
         queue.AskForFolder(Parent().Get(), "sub");
         queue.Begin(1);
         EXPECT_EQ(queue.Outstanding(), 0U);
-        EXPECT_EQ(faults.enters, 0);
+        EXPECT_EQ(faults.submits, 0);
     }
 }
 
 TEST_F(AskingTheKernel, AnOlderKernelIsAskedAgainWithoutWhatItDoesNotKnow) {
-    faults.setup = EINVAL;
-    faults.setupFailures = 1;
+    faults.setUp = EINVAL;
+    faults.setUpFailures = 1;
     KernelQueue queue(Faulty);
-    EXPECT_EQ(faults.setups, 2);
+    EXPECT_EQ(faults.setUps, 2);
     EXPECT_EQ(faults.flags, 0U);
     EXPECT_EQ(AskAndClose(queue, 5), Granted() ? 5 : 0);
 }
@@ -172,19 +181,19 @@ TEST_F(AskingTheKernel, AKernelThatIsTooOldIsNotAsked) {
 TEST_F(AskingTheKernel, AKernelThatRefusesIsNotAskedAgain) {
     for (const int error : {EAGAIN, EBUSY, EBADF, ENOMEM}) {
         faults = {};
-        faults.enter = error;
-        faults.enterFailures = 1000;
+        faults.submit = error;
+        faults.submitFailures = 1000;
         const auto before = Descriptors();
         KernelQueue queue(Faulty);
         EXPECT_EQ(AskAndClose(queue, 40), Granted() ? 15 : 0) << "the sixteenth hands over, and fails";
-        EXPECT_EQ(faults.enters, Granted() ? 1 : 0);
+        EXPECT_EQ(faults.submits, Granted() ? 1 : 0);
         EXPECT_EQ(Descriptors(), before);
     }
 }
 
 TEST_F(AskingTheKernel, AnInterruptedCallIsMadeAgain) {
-    faults.enter = EINTR;
-    faults.enterFailures = 3;
+    faults.submit = EINTR;
+    faults.submitFailures = 3;
     KernelQueue queue(Faulty);
     EXPECT_EQ(AskAndClose(queue, 40), Granted() ? 40 : 0);
 }
@@ -193,7 +202,7 @@ TEST_F(AskingTheKernel, AKernelThatTakesOneAtATimeGetsAll) {
     faults.oneAtATime = true;
     KernelQueue queue(Faulty);
     EXPECT_EQ(AskAndClose(queue, 32), Granted() ? 32 : 0);
-    EXPECT_GE(faults.enters, Granted() ? 32 : 0);
+    EXPECT_GE(faults.submits, Granted() ? 32 : 0);
 }
 
 TEST_F(AskingTheKernel, ADescriptorStaysOpenUntilItsRequestIsDone) {
@@ -223,11 +232,11 @@ TEST_F(AskingTheKernel, WhoComesToAFileHandsOverAllThatWaits) {
     const HostFd second = File();
     const auto request = queue.AskForFile(first.Get());
     EXPECT_NE(queue.AskForFile(second.Get()), 0U);
-    EXPECT_EQ(faults.enters, 0);
+    EXPECT_EQ(faults.submits, 0);
     queue.Begin(request);
-    EXPECT_EQ(faults.enters, 1);
+    EXPECT_EQ(faults.submits, 1);
     queue.Begin(request + 1);
-    EXPECT_EQ(faults.enters, 1);
+    EXPECT_EQ(faults.submits, 1);
 }
 
 }  // namespace

@@ -1,16 +1,10 @@
 #include "offline/KernelQueue.h"
 
 #include <fcntl.h>
-#include <linux/io_uring.h>
+#include <liburing.h>
 #include <linux/openat2.h>
-#include <sys/mman.h>
-#include <sys/syscall.h>
-#include <unistd.h>
 
-#include <algorithm>
-#include <atomic>
 #include <cerrno>
-#include <cstring>
 
 namespace kel::offline {
 
@@ -19,148 +13,88 @@ namespace {
 // To look for a name in a folder is to read the folder. Nobody has one of this name; the entry that would be opened
 // goes to a table that there is not, so that nothing stays open even then.
 constexpr std::string_view NobodysName = "/\x01";
-constexpr unsigned NoSuchTable = 1;
+constexpr unsigned NoSuchTable = 0;
 
-constexpr open_how LookUp = {O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY, 0,
-                             RESOLVE_BENEATH | RESOLVE_NO_SYMLINKS | RESOLVE_NO_MAGICLINKS | RESOLVE_NO_XDEV};
+open_how LookUp = {O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY, 0,
+                   RESOLVE_BENEATH | RESOLVE_NO_SYMLINKS | RESOLVE_NO_MAGICLINKS | RESOLVE_NO_XDEV};
 
 constexpr std::uint64_t Cancellation = UINT64_MAX;
-
-unsigned Get(unsigned* shared) {
-    return std::atomic_ref(*shared).load(std::memory_order_acquire);
-}
-
-void Set(unsigned* shared, unsigned value) {
-    std::atomic_ref(*shared).store(value, std::memory_order_release);
-}
-
-int Setup(unsigned entries, io_uring_params* params) {
-    return static_cast<int>(syscall(SYS_io_uring_setup, entries, params));
-}
-
-int Enter(int queue, unsigned submit, unsigned wait, unsigned flags) {
-    return static_cast<int>(syscall(SYS_io_uring_enter, queue, submit, wait, flags, nullptr, 0));
-}
 
 }  // namespace
 
 const KernelQueue::Calls& KernelQueue::HostCalls() {
-    static constexpr Calls host = {Setup, Enter};
+    static constexpr Calls host = {io_uring_queue_init_params, io_uring_submit, io_uring_wait_cqe};
     return host;
 }
 
 KernelQueue::KernelQueue(const Calls& calls) : calls_(calls) {
-    Open();
-}
-
-KernelQueue::~KernelQueue() {
-    if (queue_.Valid() && Outstanding() > 0) {
-        // Requests name descriptors by number: until they are done, the numbers must not come to mean anything else.
-        io_uring_sqe& cancel = submissions_[last_ & submitMask_];
-        std::memset(&cancel, 0, sizeof cancel);
-        cancel.opcode = IORING_OP_ASYNC_CANCEL;
-        cancel.cancel_flags = IORING_ASYNC_CANCEL_ANY | IORING_ASYNC_CANCEL_ALL;
-        cancel.user_data = Cancellation;
-        ++last_;
-        Submit();
-        while (queue_.Valid() && Outstanding() > 0) {
-            if (calls_.enter(queue_.Get(), 0, 1, IORING_ENTER_GETEVENTS) < 0 && errno != EINTR) {
-                break;
-            }
-        }
-    }
-    End();
-}
-
-void KernelQueue::Open() {
+    constexpr unsigned Needed = IORING_FEAT_FAST_POLL;  // came with 5.7
     io_uring_params params{};
     // Without it the kernel interrupts this process for each request that is done.
     params.flags = IORING_SETUP_COOP_TASKRUN;
-    queue_ = HostFd(calls_.setup(Size, &params));
-    if (!queue_.Valid() && errno == EINVAL) {
+    int error = 0;
+    ring_ = MakeKernelRing(Size, params, Needed, error, calls_.setUp);
+    if (error == -EINVAL) {
         params = {};
-        queue_ = HostFd(calls_.setup(Size, &params));
-    }
-    if (queue_.Valid() && !Map(params)) {
-        End();
+        ring_ = MakeKernelRing(Size, params, Needed, error, calls_.setUp);
     }
 }
 
-bool KernelQueue::Map(const io_uring_params& params) {
-    constexpr unsigned Needed = IORING_FEAT_SINGLE_MMAP | IORING_FEAT_FAST_POLL;
-    if ((params.features & Needed) != Needed || params.sq_entries < Size) {
-        return false;
+KernelQueue::~KernelQueue() {
+    if (Outstanding() == 0) {
+        return;
     }
-    const auto map = [this](std::size_t bytes, off_t what) {
-        void* const at = mmap(nullptr, bytes, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_POPULATE, queue_.Get(), what);
-        return at == MAP_FAILED ? Mapping{} : Mapping{at, bytes};
-    };
-    rings_ = map(std::max<std::size_t>(params.sq_off.array + params.sq_entries * sizeof(unsigned),
-                                       params.cq_off.cqes + params.cq_entries * sizeof(io_uring_cqe)),
-                 IORING_OFF_SQ_RING);
-    entries_ = map(params.sq_entries * sizeof(io_uring_sqe), IORING_OFF_SQES);
-    if (rings_.at == nullptr || entries_.at == nullptr) {
-        return false;
+    // Requests name descriptors by number: until they are done, the numbers must not come to mean anything else.
+    if (io_uring_sqe* const cancel = io_uring_get_sqe(ring_.get())) {
+        io_uring_prep_cancel(cancel, nullptr, IORING_ASYNC_CANCEL_ANY | IORING_ASYNC_CANCEL_ALL);
+        io_uring_sqe_set_data64(cancel, Cancellation);
+        ++last_;
     }
-    auto* const rings = static_cast<std::byte*>(rings_.at);
-    const auto number = [&](unsigned offset) { return reinterpret_cast<unsigned*>(rings + offset); };
-    submissions_ = static_cast<io_uring_sqe*>(entries_.at);
-    submitTail_ = number(params.sq_off.tail);
-    submitMask_ = *number(params.sq_off.ring_mask);
-    std::uint64_t at = 0;
-    std::generate_n(number(params.sq_off.array), params.sq_entries, [&] { return static_cast<unsigned>(at++); });
-    completions_ = reinterpret_cast<io_uring_cqe*>(rings + params.cq_off.cqes);
-    doneHead_ = number(params.cq_off.head);
-    doneTail_ = number(params.cq_off.tail);
-    doneMask_ = *number(params.cq_off.ring_mask);
-    return true;
-}
-
-io_uring_sqe* KernelQueue::Add(std::uint64_t& request) {
-    if (!queue_.Valid()) {
-        return nullptr;
-    }
-    if (requests_[(last_ + 1) % Size].busy) {
-        Reap();
-        if (requests_[(last_ + 1) % Size].busy) {
-            return nullptr;
+    Submit();
+    while (Outstanding() > 0) {
+        io_uring_cqe* answer = nullptr;
+        const int error = calls_.wait(ring_.get(), &answer);
+        if (error < 0 && error != -EINTR) {
+            break;
         }
     }
-    io_uring_sqe& entry = submissions_[last_ & submitMask_];
-    std::memset(&entry, 0, sizeof entry);
-    request = ++last_;
-    requests_[request % Size].busy = true;
+}
+
+io_uring_sqe* KernelQueue::Entry() {
+    if (ring_ && At(last_ + 1).busy) {
+        Reap();
+    }
+    return ring_ && !At(last_ + 1).busy ? io_uring_get_sqe(ring_.get()) : nullptr;
+}
+
+std::uint64_t KernelQueue::Add(io_uring_sqe& entry) {
+    io_uring_sqe_set_data64(&entry, ++last_);
+    At(last_).busy = true;
     ++busy_;
-    entry.user_data = request;
-    return &entry;
+    return last_;
 }
 
 std::uint64_t KernelQueue::AskForFile(int fd) {
-    std::uint64_t request = 0;
-    if (io_uring_sqe* const entry = Add(request)) {
-        entry->opcode = IORING_OP_FADVISE;
-        entry->fd = fd;
-        entry->fadvise_advice = POSIX_FADV_WILLNEED;
-        if (last_ - submitted_ >= Batch) {
-            Submit();
-        }
+    io_uring_sqe* const entry = Entry();
+    if (entry == nullptr) {
+        return 0;
     }
-    return queue_.Valid() ? request : 0;
+    io_uring_prep_fadvise(entry, fd, 0, 0, POSIX_FADV_WILLNEED);
+    const std::uint64_t request = Add(*entry);
+    if (last_ - submitted_ >= Batch) {
+        Submit();
+    }
+    return ring_ ? request : 0;
 }
 
 // By the time that the kernel looks, the folder can be closed and its number another's. There such a name is as
 // unlikely, and nothing comes of it.
 void KernelQueue::AskForFolder(int parent, std::string_view name) {
-    std::uint64_t request = 0;
-    if (io_uring_sqe* const entry = Add(request)) {
-        std::string& path = requests_[request % Size].path;
+    if (io_uring_sqe* const entry = Entry()) {
+        std::string& path = At(last_ + 1).path;
         path.assign(name).append(NobodysName);
-        entry->opcode = IORING_OP_OPENAT2;
-        entry->fd = parent;
-        entry->addr = reinterpret_cast<std::uintptr_t>(path.c_str());
-        entry->len = sizeof LookUp;
-        entry->off = reinterpret_cast<std::uintptr_t>(&LookUp);
-        entry->file_index = NoSuchTable;
+        io_uring_prep_openat2_direct(entry, parent, path.c_str(), &LookUp, NoSuchTable);
+        Add(*entry);
         Submit();
     }
 }
@@ -172,8 +106,8 @@ void KernelQueue::Begin(std::uint64_t request) {
 }
 
 void KernelQueue::Close(std::uint64_t request, HostFd fd) {
-    Request& at = requests_[request % Size];
-    if (queue_.Valid() && request != 0 && request + Size > last_ && at.busy) {
+    Request& at = At(request);
+    if (ring_ && request != 0 && request + Size > last_ && at.busy) {
         Reap();
         if (at.busy) {
             at.fd = std::move(fd);
@@ -187,13 +121,9 @@ unsigned KernelQueue::Outstanding() {
 }
 
 void KernelQueue::Submit() {
-    if (!queue_.Valid()) {
-        return;
-    }
-    Set(submitTail_, static_cast<unsigned>(last_));
-    while (submitted_ < last_) {
-        const int taken = calls_.enter(queue_.Get(), static_cast<unsigned>(last_ - submitted_), 0, 0);
-        if (taken < 0 && errno == EINTR) {
+    while (ring_ && submitted_ < last_) {
+        const int taken = calls_.submit(ring_.get());
+        if (taken == -EINTR) {
             continue;
         }
         if (taken <= 0) {
@@ -206,31 +136,28 @@ void KernelQueue::Submit() {
 }
 
 void KernelQueue::Reap() {
-    if (!queue_.Valid()) {
+    if (!ring_) {
         return;
     }
-    unsigned head = *doneHead_;
-    for (const unsigned tail = Get(doneTail_); head != tail; ++head) {
-        const io_uring_cqe& done = completions_[head & doneMask_];
-        Request& request = requests_[done.user_data % Size];
-        if (done.user_data != Cancellation && request.busy) {
+    unsigned head = 0;
+    unsigned count = 0;
+    io_uring_cqe* answer = nullptr;
+    io_uring_for_each_cqe(ring_.get(), head, answer) {
+        ++count;
+        const std::uint64_t number = io_uring_cqe_get_data64(answer);
+        Request& request = At(number);
+        if (number != Cancellation && request.busy) {
             request.busy = false;
             request.fd = HostFd();
             --busy_;
         }
     }
-    Set(doneHead_, head);
+    io_uring_cq_advance(ring_.get(), count);
 }
 
 // What the kernel was asked for goes on or not; it needs nothing of this process any more.
 void KernelQueue::End() {
-    queue_ = HostFd();
-    for (Mapping* const mapping : {&rings_, &entries_}) {
-        if (mapping->at != nullptr) {
-            munmap(mapping->at, mapping->bytes);
-            *mapping = {};
-        }
-    }
+    ring_.reset();
     for (Request& request : requests_) {
         request = {};
     }

@@ -6,11 +6,8 @@
 #include <string>
 #include <string_view>
 
+#include "offline/KernelRing.h"
 #include "offline/OfflineFilesHost.h"
-
-struct io_uring_params;
-struct io_uring_sqe;
-struct io_uring_cqe;
 
 namespace kel::offline {
 
@@ -20,10 +17,11 @@ namespace kel::offline {
 /// Where the kernel has no such queue (io_uring, 5.7 and later) or grants none, none is taken.
 class KernelQueue {
 public:
-    /// The kernel's calls, which answer -1 with errno set.
+    /// As liburing's calls of these names, which answer with a negative error number.
     struct Calls {
-        int (*setup)(unsigned entries, io_uring_params* params);
-        int (*enter)(int queue, unsigned submit, unsigned wait, unsigned flags);
+        SetUpRing setUp;
+        int (*submit)(io_uring* ring);
+        int (*wait)(io_uring* ring, io_uring_cqe** answer);
     };
     static const Calls& HostCalls();
 
@@ -57,30 +55,19 @@ private:
         HostFd fd;         // to be closed with it
         std::string path;  // until the kernel has taken it
     };
-    struct Mapping {
-        void* at = nullptr;
-        std::size_t bytes = 0;
-    };
 
-    void Open();
-    bool Map(const io_uring_params& params);
-    /// Room for one more; null when there is none. `request` becomes its number.
-    io_uring_sqe* Add(std::uint64_t& request);
+    /// Room for the next request; null when there is none.
+    io_uring_sqe* Entry();
+    /// The request that was written there is one.
+    /// @return its number
+    std::uint64_t Add(io_uring_sqe& entry);
+    [[nodiscard]] Request& At(std::uint64_t request) { return requests_[request % Size]; }
     void Submit();
     void Reap();
     void End();
 
     const Calls& calls_;
-    HostFd queue_;
-    Mapping rings_;
-    Mapping entries_;
-    io_uring_sqe* submissions_ = nullptr;
-    unsigned* submitTail_ = nullptr;
-    unsigned submitMask_ = 0;
-    io_uring_cqe* completions_ = nullptr;
-    unsigned* doneHead_ = nullptr;
-    unsigned* doneTail_ = nullptr;
-    unsigned doneMask_ = 0;
+    KernelRing ring_;  // null when there is none, or no more
 
     std::array<Request, Size> requests_;
     std::uint64_t last_ = 0;       // request that was added

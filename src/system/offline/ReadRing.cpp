@@ -43,16 +43,13 @@ std::shared_ptr<ReadRing> ReadRing::Make() {
     if (!HasSecondProcessor()) {
         return nullptr;
     }
-    auto ring = std::make_unique<io_uring>();
     io_uring_params wanted{};
     wanted.flags = IORING_SETUP_SQPOLL;
     wanted.sq_thread_idle = IdleMilliseconds;
-    if (io_uring_queue_init_params(Entries, ring.get(), &wanted) != 0) {
-        return nullptr;
-    }
+    int error = 0;
     // Older kernels take registered descriptors alone.
-    if ((wanted.features & IORING_FEAT_SQPOLL_NONFIXED) == 0) {
-        io_uring_queue_exit(ring.get());
+    KernelRing ring = MakeKernelRing(Entries, wanted, IORING_FEAT_SQPOLL_NONFIXED, error, io_uring_queue_init_params);
+    if (!ring) {
         return nullptr;
     }
     unsigned workers[2] = {WaitingWorkers, 0};
@@ -60,12 +57,11 @@ std::shared_ptr<ReadRing> ReadRing::Make() {
     return std::shared_ptr<ReadRing>(new ReadRing(std::move(ring)));
 }
 
-ReadRing::ReadRing(std::unique_ptr<io_uring> ring) : ring_(std::move(ring)) {
+ReadRing::ReadRing(KernelRing ring) : ring_(std::move(ring)) {
 }
 
 ReadRing::~ReadRing() {
     Drain();
-    io_uring_queue_exit(ring_.get());
 }
 
 ReadRing::Request& ReadRing::Open(std::shared_ptr<Folder> folder, const char* name, int flags) {

@@ -8,8 +8,7 @@
 #include <string>
 #include <vector>
 
-struct io_uring;
-struct io_uring_sqe;
+#include "offline/KernelRing.h"
 
 namespace kel::offline {
 
@@ -60,7 +59,7 @@ public:
     void Close(Request& request, int fd);
 
 private:
-    explicit ReadRing(std::unique_ptr<io_uring> ring);
+    explicit ReadRing(KernelRing ring);
 
     io_uring_sqe& Entry();
     void Written(bool urgent);
@@ -71,7 +70,7 @@ private:
     void CloseDescriptor(int fd);
     void Free(Request& request);
 
-    std::unique_ptr<io_uring> ring_;
+    KernelRing ring_;
     std::size_t inFlight_ = 0;
     std::size_t users_ = 0;                           // requests that were not given back
     unsigned written_ = 0;                            // and not yet shown to the kernel
