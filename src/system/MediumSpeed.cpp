@@ -1,5 +1,7 @@
 #include "system/MediumSpeed.h"
 
+#include "platform/UsualTime.h"
+
 namespace kel {
 
 namespace {
@@ -11,13 +13,11 @@ constexpr unsigned PassedOverWhenFast = 7;
 // Where the platform tells.
 constexpr unsigned SlowForFiles = 256;
 
-// By time: a file from memory takes some microseconds and a fraction of a nanosecond a byte, a slow medium many times
-// that. It is slow if many of its files are: a single one may have waited for the processor.
+// By time: a slow medium takes many times what memory does. It is slow if many of its files are: a single one may have
+// waited for the processor.
 constexpr unsigned FilesToJudge = 32;
 constexpr unsigned ManyAreSlow = FilesToJudge / 3;
 constexpr unsigned FilesUntilJudgedAgain = 4096;
-constexpr double FastFileNanoseconds = 4000;
-constexpr double FastByteNanoseconds = 0.3;
 constexpr double SlowIsTimes = 6;
 
 }  // namespace
@@ -63,8 +63,7 @@ bool MediumSpeed::WantsTime() {
 
 void MediumSpeed::Took(Time::duration time, std::uint64_t bytes) {
     const std::chrono::duration<double, std::nano> took = time;
-    const double fast = FastFileNanoseconds + static_cast<double>(bytes) * FastByteNanoseconds;
-    slowFiles_ += took.count() > SlowIsTimes * fast ? 1 : 0;
+    slowFiles_ += took.count() > SlowIsTimes * platform::UsualReadTime(1, bytes) ? 1 : 0;
     if (++readFiles_ < FilesToJudge) {
         return;
     }

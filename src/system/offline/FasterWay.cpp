@@ -2,13 +2,12 @@
 
 #include <algorithm>
 
+#include "platform/UsualTime.h"
+
 namespace kel::offline {
 
 namespace {
 
-// What a file costs beside another one, so that slices with other files can be compared.
-constexpr double FileNanoseconds = 4000;
-constexpr double ByteNanoseconds = 0.3;
 // A gain that is worth the kernel's thread.
 constexpr double Clearly = 0.9;
 
@@ -39,7 +38,8 @@ FasterWay::Way FasterWay::Better() {
 
 void FasterWay::EndSlice() {
     const std::chrono::duration<double, std::nano> took = clock_() - began_;
-    const double cost = took.count() / (length_ * FileNanoseconds + static_cast<double>(bytes_) * ByteNanoseconds);
+    // Slices of other files can be compared so.
+    const double cost = took.count() / platform::UsualReadTime(length_, bytes_);
     double& known = CostOf(way_);
     known = known == 0 ? cost : (3 * known + cost) / 4;
 
