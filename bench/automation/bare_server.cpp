@@ -1,6 +1,7 @@
 // A server that answers with what it holds, and calls its sink.
 #include "Bare.h"
 #include "automation/Convert.h"
+#include "automation/SingleInterface.h"
 
 namespace kel::bench {
 
@@ -9,24 +10,8 @@ namespace {
 using automation::ComPtr;
 using automation::Variant;
 
-class Bare final : public IDispatch {
+class Bare final : public automation::SingleInterface<IDispatch> {
 public:
-    STDMETHODIMP QueryInterface(REFIID id, void** out) override {
-        *out = id == IID_IUnknown || id == IID_IDispatch ? this : nullptr;
-        if (*out == nullptr) {
-            return E_NOINTERFACE;
-        }
-        AddRef();
-        return S_OK;
-    }
-    STDMETHODIMP_(ULONG) AddRef() override { return ++references_; }
-    STDMETHODIMP_(ULONG) Release() override {
-        const ULONG left = --references_;
-        if (left == 0) {
-            delete this;
-        }
-        return left;
-    }
     STDMETHODIMP GetTypeInfoCount(UINT* count) override {
         *count = 0;
         return S_OK;
@@ -57,7 +42,6 @@ public:
     }
 
 private:
-    ~Bare() = default;
     HRESULT Raise(DISPID id, VARIANTARG* arguments, UINT count) {
         DISPPARAMS parameters{arguments, nullptr, count, 0};
         return sink_->Invoke(id, IID_NULL, LOCALE_USER_DEFAULT, DISPATCH_METHOD, &parameters, nullptr, nullptr,
@@ -76,7 +60,6 @@ private:
         return Raise(4, &argument, 1);
     }
 
-    ULONG references_ = 1;
     ComPtr<IDispatch> sink_;
 };
 

@@ -40,8 +40,11 @@ void WalkAhead::Enter(std::string path) {
 
 bool WalkAhead::IsEntered(const Level& level, std::size_t index) {
     platform::FolderAhead& files = *level.folder->files;
-    const std::string_view name = files.Name(index);
-    return files.KindOf(index) == Kind::Folder && MayBeEntered(name, level.folder->path + std::string(name));
+    return files.KindOf(index) == Kind::Folder && MayBeEntered(files.Name(index), PathOf(level, index));
+}
+
+std::string WalkAhead::PathOf(const Level& level, std::size_t index) {
+    return level.folder->path + std::string(level.folder->files->Name(index));
 }
 
 void WalkAhead::AskForFolders(Level& level) {
@@ -67,23 +70,18 @@ bool WalkAhead::Next(AheadItem& item, bool slow) {
             continue;
         }
         const std::size_t index = level.next++;
-        const Kind kind = files.KindOf(index);
-        const std::string_view name = files.Name(index);
         if (level.enters) {
-            if (kind == Kind::Folder) {
-                std::string path = level.folder->path;
-                path += name;
-                if (MayBeEntered(name, path)) {
-                    level.asked -= index < level.askedTo && level.asked > 0 ? 1 : 0;
-                    if (slow) {
-                        AskForFolders(level);
-                    }
-                    Enter(std::move(path));
+            if (IsEntered(level, index)) {
+                level.asked -= index < level.askedTo && level.asked > 0 ? 1 : 0;
+                if (slow) {
+                    AskForFolders(level);
                 }
+                Enter(PathOf(level, index));
             }
             continue;
         }
-        if (kind == Kind::File && (pattern_.empty() || platform::Current().files->MatchSpec(name, pattern_))) {
+        if (files.KindOf(index) == Kind::File &&
+            (pattern_.empty() || platform::Current().files->MatchSpec(files.Name(index), pattern_))) {
             item.folder = level.folder;
             item.index = index;
             return true;

@@ -33,6 +33,7 @@ private:
     };
 
     void Enter(std::string path);
+    static std::string PathOf(const Level& level, std::size_t index);
     static bool IsEntered(const Level& level, std::size_t index);
     static void AskForFolders(Level& level);
 

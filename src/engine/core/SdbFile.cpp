@@ -117,6 +117,16 @@ std::optional<std::uint64_t> ExpectedData(std::uint8_t encoding, std::uint64_t r
     return std::nullopt;
 }
 
+// Null when no row has a digest.
+const RecordColumn* DigestsOf(const SdbTable& table) {
+    for (const auto& column : table.columns) {
+        if (table.rows != 0 && column->Digest(0) != nullptr) {
+            return column.get();
+        }
+    }
+    return nullptr;
+}
+
 // Walks the sections of an image from front to back and never past its end.
 class ImageReader {
 public:
@@ -170,13 +180,8 @@ private:
     }
 
     static std::unique_ptr<DigestOrder> BeginOrder(const SdbTable& table) {
-        for (const auto& column : table.columns) {
-            const std::uint8_t* const digests = table.rows == 0 || column->HasNulls() ? nullptr : column->Digest(0);
-            if (digests != nullptr) {
-                return DigestOrder::Begin(digests, table.rows);
-            }
-        }
-        return nullptr;
+        const RecordColumn* const digests = DigestsOf(table);
+        return digests == nullptr || digests->HasNulls() ? nullptr : DigestOrder::Begin(digests->Digest(0), table.rows);
     }
 
     // The next section; nothing when the image ends before it does.
@@ -263,15 +268,6 @@ private:
     std::uint32_t rows_ = 0;
 };
 
-bool HasDigests(const SdbTable& table) {
-    for (const auto& column : table.columns) {
-        if (table.rows != 0 && column->Digest(0) != nullptr) {
-            return true;
-        }
-    }
-    return false;
-}
-
 std::shared_ptr<const DigestOrder> Keeping(std::shared_ptr<platform::FileView> image,
                                            std::shared_ptr<const DigestOrder> order) {
     struct Pair {
@@ -350,7 +346,7 @@ SdbTable ReadSdb(std::string_view path, std::size_t largeFrom) {
     if (!ImageReader(bytes, large).Read(table)) {
         Raise(ErrDamagedTable, path);
     }
-    if (large && HasDigests(table)) {
+    if (large && DigestsOf(table) != nullptr) {
         if (table.order) {
             // The order alone is enough to keep what it is of.
             table.order = Keeping(view, std::move(table.order));

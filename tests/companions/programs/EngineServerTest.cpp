@@ -9,15 +9,14 @@
 
 #include "InProcessEngine.h"
 #include "LogLines.h"
+#include "ScanThatFound.h"
 #include "StartTest.h"
-#include "catalogue/ThreatLite.h"
 #include "companions/Names.h"
 #include "core/Recordset.h"
 #include "core/Text.h"
 #include "programs/CarriedCompanions.h"
 #include "programs/RunningProgram.h"
 #include "programs/UserDataValue.h"
-#include "results/Scan.h"
 #include "support/EngineTest.h"
 #include "support/ShippedTables.h"
 #include "system/modRegistry.h"
@@ -95,17 +94,7 @@ protected:
         InProcessEngine before(Folder() + "app");
         before.Start();
         before.SetUserDataFolder(UserFolder());
-        const auto scan = std::make_shared<Scan>();
-        scan->ScanID = ScanID;
-        scan->StartDate = Date{38425};
-        scan->EndDate = Date{38425.5};
-        const auto threat = std::make_shared<DetectedThreat>();
-        threat->ThreatID = Threat;
-        threat->ScanID = ScanID;
-        threat->Threat = std::make_shared<ThreatLite>();
-        threat->Threat->ThreatName = "Seven";
-        threat->ThreatLocationFiles->Add(std::make_shared<ThreatLocationFile>(Path()));
-        scan->DetectedThreats()->Add(threat, "ThreatID:7");
+        const auto scan = ScanThatFound(Path(), ScanID, Threat);
         before.Root().ScanHistory()->Add(scan);
         const HANDLE held = ::CreateFileA(Path().c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr);
         EXPECT_NE(held, INVALID_HANDLE_VALUE);
