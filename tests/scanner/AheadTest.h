@@ -32,6 +32,7 @@ public:
     std::chrono::microseconds slow{0};  ///< what each reading ahead takes longer
     std::optional<bool> inMemory;       ///< what the platform tells; nothing: it can't
     std::vector<std::string> folders;   ///< names of those that the medium was told of
+    std::string locked;                 ///< the end of the names of those that others hold
 
     platform::Result<platform::FileStamp> Stamp(std::string_view path) override { return Inner().Stamp(path); }
     std::unique_ptr<platform::FolderAhead> Ahead(std::string_view folder) override {
@@ -41,10 +42,12 @@ public:
     platform::Result<std::unique_ptr<platform::OpenFile>> Open(std::string_view path,
                                                                platform::OpenMode mode) override {
         opened.emplace_back(path);
-        return Inner().Open(path, mode);
+        return IsLocked(path) ? platform::SysError::SharingViolation : Inner().Open(path, mode);
     }
 
 private:
+    [[nodiscard]] bool IsLocked(std::string_view name) const { return !locked.empty() && name.ends_with(locked); }
+
     class File : public platform::AheadFile {
     public:
         File(std::unique_ptr<platform::AheadFile> inner, CountedFiles& all) : inner_(std::move(inner)), all_(all) {
@@ -98,7 +101,7 @@ private:
     private:
         std::unique_ptr<platform::AheadFile> Counted(std::string_view name, std::unique_ptr<platform::AheadFile> file) {
             all_.ahead.emplace_back(name);
-            return file ? std::make_unique<File>(std::move(file), all_) : nullptr;
+            return file && !all_.IsLocked(name) ? std::make_unique<File>(std::move(file), all_) : nullptr;
         }
 
         std::unique_ptr<platform::FolderAhead> inner_;

@@ -10,6 +10,10 @@
 #include "system/LookAhead.h"
 #include "system/modMD5.h"
 
+#ifdef __GLIBC__
+#include <malloc.h>
+#endif
+
 namespace kel::test {
 namespace {
 
@@ -75,6 +79,48 @@ TEST_F(ReadAhead, AWalkLeavesTheSameTracesWithAndWithoutIt) {
     EXPECT_THAT(files.ahead, Not(IsEmpty()));
     EXPECT_EQ(Run("1", [&] { WalkTop(); }), without);
 }
+
+TEST_F(ReadAhead, FilesThatOthersHoldLeaveTheSameTraces) {
+    FillFolders();
+    files.locked = "bad.bin";
+    const Traces without = Run("0", [&] { WalkTop(); });
+    EXPECT_THAT(without.found, SizeIs(2)) << "known.exe by its path, and BAD too.bin";
+    EXPECT_EQ(Run(nullptr, [&] { WalkTop(); }), without);
+    EXPECT_THAT(files.opened, Contains(Top() + "sub\\bad.bin")) << "at its turn it is tried again";
+    files.inMemory = false;
+    EXPECT_EQ(Run(nullptr, [&] { WalkTop(); }), without);
+    const Traces folder = Run("0", [&] { scanner.ScanFolder(Top(), true, true); });
+    EXPECT_EQ(Run(nullptr, [&] { scanner.ScanFolder(Top(), true, true); }), folder);
+}
+
+#if defined(__GLIBC__) && !defined(__SANITIZE_ADDRESS__)  // which has a heap of its own
+TEST_F(ReadAhead, ItsMemoryStaysWithinTheLimit) {
+    for (int number = 0; number < 300; ++number) {
+        File(std::to_string(number) + ".bin", Bytes(number % 3 == 0 ? 600'000 : 30'000, static_cast<char>('d')));
+    }
+    Settle();
+    // What a walk takes at most, in bytes.
+    const auto most = [this](const char* limit) {
+        const auto used = [] {
+            const struct mallinfo2 heap = mallinfo2();
+            return heap.uordblks + heap.hblkhd;
+        };
+        std::size_t peak = 0;
+        const std::size_t before = used();
+        loop.call = [&] { peak = std::max(peak, used()); };
+        Run(limit, [&] { WalkTop(); });
+        loop.call = [] {};
+        EXPECT_THAT(files.ahead.size(), limit == std::string_view("0") ? 0U : 300U);
+        return peak - std::min(before, peak);
+    };
+    most("1");  // what is made once
+    const std::size_t without = most("0");
+    EXPECT_LT(most("1"), without + (std::size_t{1} << 20));
+    EXPECT_GT(most("1"), without + (std::size_t{1} << 18));
+    EXPECT_LT(most("2"), without + (std::size_t{2} << 20));
+    EXPECT_LT(most("64"), without + (std::size_t{16} << 20));
+}
+#endif
 
 TEST_F(ReadAhead, EveryKernelLeavesTheSameTraces) {
     FillFolders();
