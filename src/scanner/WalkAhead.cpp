@@ -18,6 +18,9 @@ constexpr std::string_view Quarantine = "Quarantine";
 // Folders of a slow medium that are asked for before they are entered.
 constexpr unsigned FoldersAsked = 16;
 
+// Folders that one call lists: whoever waits for it must not wait for a whole drive on which no name fits.
+constexpr unsigned FoldersACall = 8;
+
 }  // namespace
 
 bool MayBeEntered(std::string_view name, std::string_view fullPath) {
@@ -59,7 +62,12 @@ void WalkAhead::AskForFolders(Level& level) {
 }
 
 bool WalkAhead::Next(AheadItem& item, bool slow) {
+    unsigned entered = 0;
     while (!levels_.empty()) {
+        if (entered == FoldersACall) {
+            item = {};
+            return true;
+        }
         Level& level = levels_.back();
         platform::FolderAhead& files = *level.folder->files;
         if (level.next == files.Count()) {
@@ -77,6 +85,7 @@ bool WalkAhead::Next(AheadItem& item, bool slow) {
                     AskForFolders(level);
                 }
                 Enter(PathOf(level, index));
+                ++entered;
             }
             continue;
         }

@@ -19,7 +19,7 @@ constexpr std::size_t Megabyte = std::size_t{1} << 20;
 constexpr std::size_t MostBytesALane = std::size_t{128} << 10;
 // Items that are remembered, hashed or not: some hundred bytes each.
 constexpr std::size_t MostItems = 2048;
-// Files that are looked at in one go, so that an answer never waits for many that have no hash.
+// Steps of one go, each a look at a file or a piece of digesting, so that an answer never waits for many others.
 constexpr unsigned MostFetched = 128;
 // Files whose beginnings are read beside us while others are digested.
 constexpr std::size_t MostBegun = 32;
@@ -141,7 +141,19 @@ LookAhead::Item* LookAhead::Find(std::string_view path) {
     std::uint64_t found = first_;
     for (unsigned fetched = 0;; ++found) {
         while (found == end_) {
-            if (fetched++ == MostFetched || !Fetch()) {
+            if (coming_.size() >= Depth() && hasher_->HasRoom()) {
+                StartNext();
+                continue;
+            }
+            if (fetched++ == MostFetched) {
+                return nullptr;
+            }
+            if (coming_.size() >= Depth()) {
+                hasher_->Step();
+                continue;
+            }
+            ForgetWhenFull();
+            if (!Fetch()) {
                 return nullptr;
             }
         }
@@ -149,10 +161,24 @@ LookAhead::Item* LookAhead::Find(std::string_view path) {
             break;
         }
     }
-    for (; first_ != found; ++first_) {
-        At(first_).what.folder.reset();
+    while (first_ != found) {
+        ForgetFirst();
     }
     return &At(found);
+}
+
+void LookAhead::ForgetFirst() {
+    At(first_++).what.folder.reset();
+}
+
+// The one that was asked for last, and those behind it that turned out to have no hash: nobody has asked for them.
+void LookAhead::ForgetWhenFull() {
+    if (end_ - first_ != items_.size()) {
+        return;
+    }
+    do {
+        ForgetFirst();
+    } while (first_ != end_ && At(first_).state == State::Unknown);
 }
 
 // Looks at one more file, and takes it on unless nobody will ask for its hash. False when there is none, or no room.
@@ -165,22 +191,25 @@ bool LookAhead::Fetch() {
     if (atEnd_) {
         return false;
     }
+    if (item.what.folder == nullptr && item.what.path.empty()) {
+        return true;
+    }
     auto file = item.what.Open();
     atOnce_ = item.what.folder ? item.what.folder->files->AtOnce() : atOnce_;
     // One that is at rest and outside of the limits need not be remembered.
     if (file && atOnce_ == 1 && file->Opened() && !modMD5::IsHashed(file->Stamp().size)) {
         return true;
     }
-    const std::uint64_t number = end_++;
     item.state = State::Unknown;
     if (file) {
-        item.state = State::Waiting;
         const bool ask = atOnce_ == 1 && medium_.IsWorthAsking(*file);
         if (ask) {
             file->WillBeRead();
         }
-        coming_.push_back({number, {std::move(file)}, ask});
+        coming_.push_back({end_, {std::move(file)}, ask});
+        item.state = State::Waiting;
     }
+    ++end_;
     return true;
 }
 
@@ -249,9 +278,12 @@ void LookAhead::StartNext() {
     medium_.Took(MediumSpeed::Time::now() - began, std::min<std::uint64_t>(bytes, MostBytesALane));
 }
 
-void LookAhead::Work(const Item& item) {
+void LookAhead::Work(Item& item) {
     while (item.state == State::Waiting) {
         Refill();
+        if (coming_.empty() && hasher_->IsIdle()) {
+            item.state = State::Unknown;  // it was lost on its way, for want of memory
+        }
         hasher_->Step();
     }
 }

@@ -38,7 +38,7 @@ struct AheadItem {
 class AheadSource {
 public:
     virtual ~AheadSource() = default;
-    /// False at the end.
+    /// False at the end. An item without folder and path is none yet: it has looked long enough for one call.
     /// @param slow whether the medium is, so that folders too are worth asking for early
     virtual bool Next(AheadItem& item, bool slow) = 0;
 };
@@ -103,13 +103,15 @@ private:
 
     [[nodiscard]] Item& At(std::uint64_t number) { return items_[static_cast<std::size_t>(number % items_.size())]; }
     [[nodiscard]] Item* Find(std::string_view path);
+    void ForgetFirst();
+    void ForgetWhenFull();
     bool Fetch();
     [[nodiscard]] std::size_t Depth() const;
     void Refill();
     void BeginReads();
     void Begin(Coming& coming);
     void StartNext();
-    void Work(const Item& item);
+    void Work(Item& item);
 
     std::unique_ptr<AheadSource> source_;
     Ready ready_;

@@ -28,6 +28,7 @@ public:
     std::vector<std::string> ahead;   ///< names, in the order in which they were opened
     std::vector<std::string> opened;  ///< paths
     std::size_t bytesAhead = 0;
+    std::size_t listed = 0;             ///< folders, ahead
     std::size_t asked = 0;              ///< of those ahead, the ones that the medium was told of
     std::chrono::microseconds slow{0};  ///< what each reading ahead takes longer
     std::optional<bool> inMemory;       ///< what the platform tells; nothing: it can't
@@ -37,6 +38,7 @@ public:
     platform::Result<platform::FileStamp> Stamp(std::string_view path) override { return Inner().Stamp(path); }
     std::unique_ptr<platform::FolderAhead> Ahead(std::string_view folder) override {
         auto inner = Inner().Ahead(folder);
+        ++listed;
         return inner ? std::make_unique<Folder>(std::move(inner), *this) : nullptr;
     }
     platform::Result<std::unique_ptr<platform::OpenFile>> Open(std::string_view path,

@@ -3,7 +3,10 @@
 
 #include <algorithm>
 #include <chrono>
+#include <filesystem>
+#include <iterator>
 #include <random>
+#include <utility>
 
 #include "AheadTest.h"
 #include "catalogue/SignatureTable.h"
@@ -226,6 +229,56 @@ TEST_F(ReadAhead, FoldersOfASlowMediumAreAskedForOnceAndOnlyThoseThatAreEntered)
     EXPECT_THAT(files.folders, ::testing::Each(SizeIs(std::string_view("sub 10").size())));
     std::sort(files.folders.begin(), files.folders.end());
     EXPECT_EQ(std::unique(files.folders.begin(), files.folders.end()), files.folders.end());
+}
+
+// Nobody asks for the hash of one that is too small, so that nothing tells how far the walk has come.
+TEST_F(ReadAhead, ARunOfFilesWithoutAHashIsPassed) {
+    File("00 first.bin", Bytes(2000, 'f'));
+    for (int number = 1000; number < 4000; ++number) {
+        File("10 " + std::to_string(number) + ".txt", "small");
+    }
+    for (int number = 10; number < 60; ++number) {
+        File("20 " + std::to_string(number) + ".bin", Bytes(2000, static_cast<char>('d' + number % 20)));
+    }
+    Settle();
+    const Traces without = Run("0", [&] { WalkTop(); });
+#ifdef __linux__
+    const auto descriptors = [] {
+        return std::distance(std::filesystem::directory_iterator("/proc/self/fd"),
+                             std::filesystem::directory_iterator());
+    };
+    const auto before = descriptors();
+    auto most = before;
+    loop.call = [&] { most = std::max(most, descriptors()); };
+#endif
+    EXPECT_EQ(Run(nullptr, [&] { WalkTop(); }), without);
+    loop.call = [] {};
+#ifdef __linux__
+    EXPECT_LE(most, before + 200);
+#endif
+    EXPECT_THAT(files.opened, Not(Contains(Top() + "20 59.bin"))) << "it was hashed ahead";
+    EXPECT_THAT(files.opened.size(), ::testing::Le(40U));
+}
+
+// What is listed ahead on the way to a file that fits must not hold up the file at hand.
+TEST_F(ReadAhead, ManyFoldersWithoutAFileThatFitsAreListedByAndBy) {
+    State().FileExtensionFilter = "*.exe";
+    File("0.exe", Bytes(2000, 'f'));
+    for (int number = 1000; number < 3500; ++number) {
+        MakeFolder(Top() + std::to_string(number));
+    }
+    File("9\\9.exe", Bytes(2000, 'f'));
+    Settle();
+    const Traces without = Run("0", [&] { scanner.ScanKnownFiles(Top()); });
+    std::size_t before = 0;
+    std::size_t most = 0;
+    loop.call = [&] { most = std::max(most, files.listed - std::exchange(before, files.listed)); };
+    files.listed = 0;
+    EXPECT_EQ(Run(nullptr, [&] { scanner.ScanKnownFiles(Top()); }), without);
+    loop.call = [] {};
+    EXPECT_THAT(files.ahead, Contains("0.exe"));
+    EXPECT_GT(files.listed, 1000U);
+    EXPECT_LT(most, 1100U);
 }
 
 TEST_F(ReadAhead, FilesOutsideOfTheLimitsAreNotRead) {
