@@ -1,4 +1,5 @@
 // How a changed hive gets onto the disk, and what stops it.
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <sys/xattr.h>
 #include <unistd.h>
@@ -6,6 +7,7 @@
 #include <algorithm>
 
 #include "HiveFileFixture.h"
+#include "offline/OfflineFilesHost.h"
 #include "offline/OfflinePlatform.h"
 #include "offline/OfflineRegistry.h"
 
@@ -98,6 +100,26 @@ TEST_F(HiveFileCommit, AnotherNameOfAFileInBetweenKeepsItsBytes) {
     }
     for (std::size_t round = 0; round < states.size(); ++round) {
         EXPECT_EQ(ReadFileBytes(Folder() / ("copy" + std::to_string(round + 1))), states[round]) << round;
+    }
+    EXPECT_EQ(ContentAt(path), Content(*hive));
+}
+
+TEST_F(HiveFileCommit, WhoHasAFileInBetweenOpenReadsOneStateOfIt) {
+    const fs::path path = PutHive();
+    const auto hive = HiveFile::Open(path);
+    std::vector<Bytes> states;
+    std::vector<offline::HostFd> readers;
+    for (char16_t round = u'0'; round < u'6'; ++round) {
+        Make(*hive, std::u16string{u'K', round});
+        ASSERT_EQ(hive->Commit(), SysError::Success);
+        states.push_back(ReadFileBytes(path));
+        readers.emplace_back(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    }
+    for (std::size_t round = 0; round < states.size(); ++round) {
+        Bytes bytes(states[round].size() + 1);
+        const ssize_t got = ::pread(readers[round].Get(), bytes.data(), bytes.size(), 0);
+        bytes.resize(static_cast<std::size_t>(std::max<ssize_t>(got, 0)));
+        EXPECT_EQ(bytes, states[round]) << round;
     }
     EXPECT_EQ(ContentAt(path), Content(*hive));
 }

@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <utility>
@@ -134,7 +135,11 @@ Result<FileIdentity> ReadWhole(const std::filesystem::path& path, std::uint64_t 
         }
         filled += static_cast<std::size_t>(count);
     }
-    return IdentityOf(status);
+    const FileIdentity identity = IdentityOf(status);
+    if (::fstat(file.Number(), &status) != 0 || IdentityOf(status) != identity) {
+        return SysError::BadLength;
+    }
+    return identity;
 }
 
 Result<WholeFile> ReadWhole(const std::filesystem::path& path, std::uint64_t limit) {
@@ -194,7 +199,14 @@ bool FileReplacement::WriteNew(std::string_view bytes) {
            file.Close();
 }
 
-// False when there is none, or it is not what it was; what is left of it is no use then.
+// Nobody but us has the file open. To lend it is what the kernel refuses otherwise; a signal that would tell of
+// somebody who opens it meanwhile must be one that does nothing.
+bool IsOursAlone(int file) {
+    return ::fcntl(file, F_SETSIG, SIGURG) == 0 && ::fcntl(file, F_SETLEASE, F_WRLCK) == 0 &&
+           ::fcntl(file, F_SETLEASE, F_UNLCK) == 0;
+}
+
+// False when there is none, it is not what it was, or somebody still reads it; what is left of it is no use then.
 bool FileReplacement::UpdateSpare(std::string_view bytes, const std::vector<ByteRange>& changed) {
     if (!spare_) {
         return false;
@@ -203,7 +215,7 @@ bool FileReplacement::UpdateSpare(std::string_view bytes, const std::vector<Byte
     struct stat status {};
     // Under a second name it would be another's file as well.
     if (!file.Ok() || ::fstat(file.Number(), &status) != 0 || !S_ISREG(status.st_mode) || status.st_nlink != 1 ||
-        IdentityOf(status) != spare_->identity) {
+        IdentityOf(status) != spare_->identity || !IsOursAlone(file.Number())) {
         return false;
     }
     const auto size = static_cast<std::size_t>(status.st_size);

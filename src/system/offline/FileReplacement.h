@@ -30,7 +30,7 @@ struct WholeFile {
     FileIdentity identity;
 };
 [[nodiscard]] platform::Result<WholeFile> ReadWhole(const std::filesystem::path& path, std::uint64_t limit);
-/// The same into the caller's memory. The file's size is the identity's: BadLength also when it shrinks meanwhile.
+/// The same into the caller's memory. The file's size is the identity's: BadLength also when it changes meanwhile.
 /// @param room gives memory of that size, or null, which is answered with NotEnoughMemory
 [[nodiscard]] platform::Result<FileIdentity> ReadWhole(const std::filesystem::path& path, std::uint64_t limit,
                                                        const std::function<char*(std::size_t)>& room);

@@ -172,6 +172,7 @@ Result<TreeValue> Hive::FindValue(KeyId key, std::u16string_view name) const {
 }
 
 Hive::Writer& Hive::Edit() {
+    OnChange();
     if (!before_) {
         const std::span<const std::byte> bytes = reader_->Image().Bytes();
         before_.emplace(bytes.begin(), bytes.end());
@@ -190,7 +191,6 @@ void Hive::Touch(KeyId key) {
     listedKey_ = valuesKey_ = NoKey;
     changed_ = true;
     regf::Store64(writer_->Field(key, nk::WrittenAt), clock_());
-    OnChange();
 }
 
 std::uint32_t Hive::Writer::NewKey(KeyId parent, std::u16string_view name, std::uint64_t now) {

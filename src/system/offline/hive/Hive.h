@@ -75,7 +75,7 @@ protected:
     /// What was changed is taken as what the hive holds.
     /// @param changed ChangedPages() behind the last change
     void Accept(const std::vector<ByteRange>& changed);
-    /// Called after each change: what was made of the hive before is out of date.
+    /// Called before each change, also one that is refused then: what was made of the hive before is out of date.
     virtual void OnChange() {}
 
 private:
