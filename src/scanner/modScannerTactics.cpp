@@ -132,6 +132,10 @@ void ListClasses(const Visit& visit) {
     }
 }
 
+std::string ClassServer(const std::string& entry) {
+    return modRegistry::ServerOfClass(entry);
+}
+
 std::string ClassFile(const std::string& entry) {
     return modRegistry::GetFilePathFromCLSID(entry);
 }
@@ -199,30 +203,38 @@ struct Stage {
     std::string_view text;     // its event
     void (*list)(const Visit&);
     std::string (*file)(const std::string& entry);  // empty when there is none
+    // What `file` looks for, where it is not the entry's text.
+    std::string (*named)(const std::string& entry) = nullptr;
     bool tested = true;
 };
 constexpr Stage Stages[] = {
     {"ScanCommonTacticsStartupFiles", "Scanning start up programs", ListStartupFiles, ShortcutFile},
     {"ScanCommonTacticsAutoRegistry", "Scanning start up registry programs", ListRunEntries, RunFile},
-    {"ScanCommonTacticsBHOs", "Scanning Browser Helper Objects (BHOs)", ListClasses<BHOs>, ClassFile},
-    {"ScanCommonTacticsIEExtensions", "Scanning Internet Explorer Extensions", ListClasses<IEExtensions>, ClassFile},
-    {"ScanCommonTacticsIEToolbars", "Scanning Internet Explorer Toolbars", ListClasses<IEToolbars>, ClassFile},
+    {"ScanCommonTacticsBHOs", "Scanning Browser Helper Objects (BHOs)", ListClasses<BHOs>, ClassFile, ClassServer},
+    {"ScanCommonTacticsIEExtensions", "Scanning Internet Explorer Extensions", ListClasses<IEExtensions>, ClassFile,
+     ClassServer},
+    {"ScanCommonTacticsIEToolbars", "Scanning Internet Explorer Toolbars", ListClasses<IEToolbars>, ClassFile,
+     ClassServer},
     {"ScanCommonTacticsIEExplorerBars", "Scanning Internet Explorer Explorer Bars", ListClasses<IEExplorerBars>,
-     ClassFile},
+     ClassFile, ClassServer},
     {"ScanCommonTacticsIEShellBrowser", "Scanning Internet Explorer ShellBrowser", ListClasses<IEShellBrowser>,
-     ClassFile},
-    {"ScanCommonTacticsIEWebBrowser", "Scanning Internet Explorer WebBrowser", ListClasses<IEWebBrowser>, ClassFile},
+     ClassFile, ClassServer},
+    {"ScanCommonTacticsIEWebBrowser", "Scanning Internet Explorer WebBrowser", ListClasses<IEWebBrowser>, ClassFile,
+     ClassServer},
     {"ScanCommonTacticsIEURLSearchHooks", "Scanning Internet Explorer URLSearchHooks", ListClasses<IEURLSearchHooks>,
-     ClassFile},
-    {"ScanCommonTacticsShellExecuteHooks", "Scanning ShellExecuteHooks", ListClasses<ShellExecuteHooks>, ClassFile},
+     ClassFile, ClassServer},
+    {"ScanCommonTacticsShellExecuteHooks", "Scanning ShellExecuteHooks", ListClasses<ShellExecuteHooks>, ClassFile,
+     ClassServer},
     // What is downloaded is found by the walk and the registry stage.
-    {"ScanCommonTacticsActiveX", "Scanning ActiveX Programs", ListClasses<ActiveX>, ClassFile, false},
+    {"ScanCommonTacticsActiveX", "Scanning ActiveX Programs", ListClasses<ActiveX>, ClassFile, ClassServer, false},
     {"ScanCommonTacticsWinlogonShell", "Scanning Winlogon Shell Programs", ListWinlogonShell, WinlogonFile},
     {"ScanCommonTacticsWinlogonUserinit", "Scanning Winlogon Shell Programs", ListWinlogonUserinit, WinlogonFile},
 };
 
-// What names a server is left to its turn, so that one that does not answer is waited for once.
-constexpr std::string_view Server = R"(\\)";
+// What lies on another machine is left to its turn, so that one that does not answer is waited for once.
+bool IsRemote(const std::string& text) {
+    return text.find(R"(\\)") != std::string::npos;
+}
 
 // The files of a stage, found as the stage itself will find them. What is wrong with an entry is told at its turn.
 class EntriesAhead : public PathsAhead {
@@ -241,11 +253,13 @@ public:
         }
         const std::string& entry = entries_[next_++];
         std::string path;
-        if (entry.find(Server) == std::string::npos) {
-            const Unnoticed unnoticed;
-            ResumeNext([&] { path = stage_.file(entry); });
-        }
-        Fill(item, std::move(path));
+        const Unnoticed unnoticed;
+        ResumeNext([&] {
+            if (!IsRemote(stage_.named != nullptr ? stage_.named(entry) : entry)) {
+                path = stage_.file(entry);
+            }
+        });
+        Fill(item, IsRemote(path) ? std::string() : std::move(path));
         return true;
     }
 

@@ -371,15 +371,19 @@ bool RegValueDataEquals(Hive hive, std::string_view key, std::string_view name, 
     return equal;
 }
 
+std::string ServerOfClass(std::string_view clsid) {
+    std::string key = "CLSID\\";
+    key.append(clsid).append("\\InprocServer32");
+    return ToText(GetRegistryValue(platform::HiveClassesRoot, key, {}));
+}
+
 std::string GetFilePathFromCLSID(std::string_view clsid) {
     std::string path;
     if (clsid.size() < ShortestClsid) {
         return path;
     }
     ResumeNext([&] {
-        std::string key = "CLSID\\";
-        key.append(clsid).append("\\InprocServer32");
-        const std::string server = ToText(GetRegistryValue(platform::HiveClassesRoot, key, {}));
+        const std::string server = ServerOfClass(clsid);
         path = ToText(modFolderPaths::ResolveFilePathEx(modFolderPaths::TranslateEnvironmentVariablesPaths(server)));
     });
     return path;

@@ -64,6 +64,9 @@ bool RegValueExists(Hive hive, std::string_view key, std::string_view name);
 /// Whether the value's text form equals `text` without regard to case. False when it can't be read.
 bool RegValueDataEquals(Hive hive, std::string_view key, std::string_view name, std::string_view text);
 
+/// The text that names the file that serves a class in its clients' processes, as it is registered. Empty when there is
+/// none.
+std::string ServerOfClass(std::string_view clsid);
 /// Path of the file that serves a class in its clients' processes, in lower case and resolved. Empty for a text of
 /// fewer than 10 characters, and when none is registered or the file is not there.
 std::string GetFilePathFromCLSID(std::string_view clsid);

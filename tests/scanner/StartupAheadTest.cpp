@@ -44,7 +44,9 @@ protected:
     public:
         using ForwardingFiles::ForwardingFiles;
         int failures = 0;
+        int remote = 0;  // questions for what lies on another machine
         bool PathExists(std::string_view path) override {
+            remote += path.starts_with(R"(\\)") ? 1 : 0;
             if (path.ends_with(Failing)) {
                 ++failures;
                 Raise(ErrPermissionDenied);
@@ -59,7 +61,10 @@ protected:
             return Inner().Open(path, mode);
         }
         platform::Result<platform::FileStamp> Stamp(std::string_view path) override { return Inner().Stamp(path); }
-        std::unique_ptr<platform::FolderAhead> Ahead(std::string_view folder) override { return Inner().Ahead(folder); }
+        std::unique_ptr<platform::FolderAhead> Ahead(std::string_view folder) override {
+            remote += folder.starts_with(R"(\\)") ? 1 : 0;
+            return Inner().Ahead(folder);
+        }
     };
 
     void SetUp() override {
@@ -231,11 +236,20 @@ TEST_F(StartupAhead, ComponentsThatAreNotTestedAreNotRead) {
 }
 
 TEST_F(StartupAhead, AServerIsLeftToItsTurn) {
-    for (const char* name : {"1.exe", "2.exe"}) {
-        Entry(HiveLocalMachine, name, R"(\\server\share\)" + std::string(name));
+    Program(Folder() + "0.exe", 'z');
+    for (const std::string name : {"0", "1", "2"}) {
+        const std::string file = (name == "0" ? Folder() : R"(\\server\share\)") + name + ".exe";
+        Entry(HiveLocalMachine, name, file);
+        Class("{1234567890" + name + "}", file);
+        WriteFile(Folder() + "startup\\" + name + ".lnk", LinkTo(file));
     }
+    Settle();
+    Tactics("0");
+    const int atTheirTurn = std::exchange(difficult.remote, 0);
+    EXPECT_GE(atTheirTurn, 6);
     Tactics(nullptr);
-    EXPECT_THAT(files.ahead, IsEmpty());
+    EXPECT_EQ(difficult.remote, atTheirTurn);
+    EXPECT_THAT(files.ahead, ElementsAre("0.exe", "0.exe", "0.exe")) << "of three stages";
 }
 
 }  // namespace
