@@ -7,6 +7,8 @@
 
 #include <array>
 #include <chrono>
+#include <ctime>
+#include <limits>
 #include <thread>
 
 #include "HostMachine.h"
@@ -30,6 +32,10 @@ protected:
 
     [[nodiscard]] static bool Beside() { return GetParam()[0] == '1'; }
     void PutOld(const std::string& name, std::string_view bytes) { Put(Root() / "f" / name, bytes); }
+    void SetTime(const std::string& name, time_t seconds) {
+        const timespec times[] = {{seconds, 0}, {seconds, 1}};
+        EXPECT_EQ(utimensat(AT_FDCWD, (Root() / "f" / name).c_str(), times, 0), 0) << name;
+    }
     // After which what was written is taken for being at rest.
     static void Settle() { std::this_thread::sleep_for(std::chrono::milliseconds(60)); }
     [[nodiscard]] std::unique_ptr<FolderAhead> Folder() { return Files().Ahead("C:\\f\\"); }
@@ -139,9 +145,26 @@ TEST_P(AheadFiles, WhatIsNoPlainFileAnyMoreIsNotOpened) {
 
 TEST_P(AheadFiles, OneThatHasJustChangedIsNotTrusted) {
     PutOld("new.bin", "bytes");
+    SetTime("new.bin", ::time(nullptr) + 1);  // so that it stays new, however long this takes
     const auto folder = Folder();
     const auto file = Open(*folder, "new.bin");
     EXPECT_FALSE(IsOpen(file));
+}
+
+TEST_P(AheadFiles, TimesMayLieAnywhere) {
+    constexpr time_t Year2200 = 7'258'118'400;
+    for (const time_t time : {std::numeric_limits<time_t>::min(), time_t{-2'000'000'000}, time_t{0}, time_t{1}}) {
+        PutOld("old.bin", "bytes");
+        SetTime("old.bin", time);
+        Settle();
+        EXPECT_TRUE(IsOpen(Open(*Folder(), "old.bin"))) << time;
+    }
+    for (const time_t time : {Year2200, 2 * Year2200, std::numeric_limits<time_t>::max()}) {
+        PutOld("to come.bin", "bytes");
+        SetTime("to come.bin", time);
+        Settle();
+        EXPECT_FALSE(IsOpen(Open(*Folder(), "to come.bin"))) << time;
+    }
 }
 
 TEST_P(AheadFiles, OneThatShrinksEndsEarly) {

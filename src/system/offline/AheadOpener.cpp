@@ -24,8 +24,16 @@ constexpr const char* Variable = "KEL_READ_RING";
 
 constexpr std::int64_t Second = 1'000'000'000;
 
+// Times that somebody set may lie anywhere. Before 1970 is long ago, and all behind 2200 is to come.
 std::int64_t Nanoseconds(const timespec& time) {
-    return static_cast<std::int64_t>(time.tv_sec) * Second + time.tv_nsec;
+    constexpr std::int64_t Latest = 230LL * 366 * 86'400;
+    return std::clamp<std::int64_t>(time.tv_sec, 0, Latest) * Second + time.tv_nsec;
+}
+
+// Any two of 500 years differ.
+std::uint64_t TimeStamp(const timespec& time) {
+    return static_cast<std::uint64_t>(time.tv_sec) * static_cast<std::uint64_t>(Second) +
+           static_cast<std::uint64_t>(time.tv_nsec);
 }
 
 // Whether a further change would give the file other times: the last one is longer ago than a tick of the kernel, or
@@ -160,9 +168,8 @@ private:
 }  // namespace
 
 FileStamp StampOf(const struct stat& status) {
-    return {status.st_dev, status.st_ino, static_cast<std::uint64_t>(status.st_size),
-            static_cast<std::uint64_t>(Nanoseconds(status.st_mtim)),
-            static_cast<std::uint64_t>(Nanoseconds(status.st_ctim))};
+    return {status.st_dev, status.st_ino, static_cast<std::uint64_t>(status.st_size), TimeStamp(status.st_mtim),
+            TimeStamp(status.st_ctim)};
 }
 
 AheadOpener::Use AheadOpener::Wanted() {
