@@ -19,8 +19,10 @@ constexpr std::size_t Megabyte = std::size_t{1} << 20;
 constexpr std::size_t MostBytesALane = std::size_t{128} << 10;
 // Items that are remembered, hashed or not: some hundred bytes each.
 constexpr std::size_t MostItems = 2048;
-// Steps of one go, each a look at a file or a piece of digesting, so that an answer never waits for many others.
+// Files that are looked at in one go, so that an answer never waits for many others; and how many a step of digesting
+// counts for.
 constexpr unsigned MostFetched = 128;
+constexpr unsigned StepCounts = 16;
 // Files whose beginnings are read beside us while others are digested.
 constexpr std::size_t MostBegun = 32;
 
@@ -139,23 +141,25 @@ std::optional<Md5Digest> LookAhead::Digest(std::string_view path, const platform
 LookAhead::Item* LookAhead::Find(std::string_view path) {
     // The first item stays until another one is asked for: a file that is found is asked for twice.
     std::uint64_t found = first_;
-    for (unsigned fetched = 0;; ++found) {
+    for (unsigned spent = 0;; ++found) {
         while (found == end_) {
             if (coming_.size() >= Depth() && hasher_->HasRoom()) {
                 StartNext();
                 continue;
             }
-            if (fetched++ == MostFetched) {
+            if (spent >= MostFetched) {
                 return nullptr;
             }
             if (coming_.size() >= Depth()) {
                 hasher_->Step();
+                spent += StepCounts;
                 continue;
             }
             ForgetWhenFull();
             if (!Fetch()) {
                 return nullptr;
             }
+            ++spent;
         }
         if (At(found).what.Is(path)) {
             break;
@@ -164,21 +168,24 @@ LookAhead::Item* LookAhead::Find(std::string_view path) {
     while (first_ != found) {
         ForgetFirst();
     }
+    asked_ = true;
     return &At(found);
 }
 
 void LookAhead::ForgetFirst() {
     At(first_++).what.folder.reset();
+    asked_ = false;
 }
 
-// The one that was asked for last, and those behind it that turned out to have no hash: nobody has asked for them.
+// The one that was asked for last, and those behind it that turned out to have no hash, since nobody may ask for them.
+// What has one stays: who asks for files that no source has said must not drive out those that are to come.
 void LookAhead::ForgetWhenFull() {
     if (end_ - first_ != items_.size()) {
         return;
     }
-    do {
+    while (first_ != end_ && (asked_ || At(first_).state == State::Unknown)) {
         ForgetFirst();
-    } while (first_ != end_ && At(first_).state == State::Unknown);
+    }
 }
 
 // Looks at one more file, and takes it on unless nobody will ask for its hash. False when there is none, or no room.
@@ -217,10 +224,14 @@ std::size_t LookAhead::Depth() const {
     return std::max(medium_.IsSlow() ? OpenedWhenSlow : OpenedWhenFast, atOnce_);
 }
 
-void LookAhead::Refill() {
-    for (unsigned fetched = 0; hasher_->HasRoom();) {
-        while (coming_.size() < Depth() && fetched < MostFetched && Fetch()) {
-            ++fetched;
+void LookAhead::Refill(unsigned& passed) {
+    while (hasher_->HasRoom()) {
+        while (coming_.size() < Depth() && passed < MostFetched) {
+            const std::uint64_t before = end_;
+            if (!Fetch()) {
+                break;
+            }
+            passed += end_ == before ? 1 : 0;
         }
         BeginReads();
         if (coming_.empty()) {
@@ -279,8 +290,9 @@ void LookAhead::StartNext() {
 }
 
 void LookAhead::Work(Item& item) {
+    unsigned passed = 0;
     while (item.state == State::Waiting) {
-        Refill();
+        Refill(passed);
         if (coming_.empty() && hasher_->IsIdle()) {
             item.state = State::Unknown;  // it was lost on its way, for want of memory
         }

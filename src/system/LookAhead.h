@@ -107,7 +107,8 @@ private:
     void ForgetWhenFull();
     bool Fetch();
     [[nodiscard]] std::size_t Depth() const;
-    void Refill();
+    /// @param passed counts the looks that found nothing to hash, of which one answer bears so many
+    void Refill(unsigned& passed);
     void BeginReads();
     void Begin(Coming& coming);
     void StartNext();
@@ -120,6 +121,7 @@ private:
     std::vector<Item> items_;
     std::uint64_t first_ = 0;
     std::uint64_t end_ = 0;
+    bool asked_ = false;         // the first one was
     std::deque<Coming> coming_;  // being opened, being read, waiting for a lane
     std::size_t begun_ = 0;      // the first ones of them, which are open
     std::size_t atOnce_ = 1;     // as the last file's folder has it

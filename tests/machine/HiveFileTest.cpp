@@ -18,12 +18,19 @@ namespace fs = std::filesystem;
 using offline::HiveFile;
 using offline::OfflineRegistry;
 using offline::OpenError;
+namespace regf = offline::regf;
 using platform::SysError;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::StartsWith;
 
 using HiveFileCommit = HiveFileTest;
+
+// Whether the host lends files, and by that says who has one open.
+bool CanTellWhoReads(const fs::path& path) {
+    const offline::HostFd file(::open(path.c_str(), O_RDWR | O_CLOEXEC));
+    return ::fcntl(file.Get(), F_SETLEASE, F_WRLCK) == 0 && ::fcntl(file.Get(), F_SETLEASE, F_UNLCK) == 0;
+}
 
 TEST_F(HiveFileCommit, WhatIsReadAgainHasTheEdits) {
     for (const std::uint32_t minor : {1U, 3U, 6U}) {
@@ -81,9 +88,11 @@ TEST_F(HiveFileCommit, AgainAndAgainTheFileIsWhatIsInMemory) {
         ASSERT_EQ(written.size(), memory.size()) << round;
         EXPECT_TRUE(std::equal(written.begin() + 4096, written.end(), memory.begin() + 4096)) << round;
     }
-    EXPECT_EQ(files[3], files[1]);
-    EXPECT_EQ(files[4], files[2]);
-    EXPECT_EQ(Names().size(), 2U);
+    if (CanTellWhoReads(path)) {
+        EXPECT_EQ(files[3], files[1]);
+        EXPECT_EQ(files[4], files[2]);
+        EXPECT_EQ(Names().size(), 2U);
+    }
     hive.reset();
     EXPECT_THAT(Names(), ElementsAre("SYSTEM"));
 }
@@ -262,6 +271,29 @@ TEST_F(HiveFileCommit, AChangeAfterPreparingIsInTheFile) {
     Edit(*hive);
     EXPECT_EQ(hive->Commit(), SysError::Success);
     EXPECT_EQ(ContentAt(path), EditedContent());
+}
+
+// A refusal may have moved cells before it came to that.
+TEST_F(HiveFileCommit, ARefusedChangeAfterPreparingVoidsWhatWasPrepared) {
+    Bytes bytes = HiveBytes();
+    const auto sound = ReadHive(bytes);
+    const auto field = [&](std::uint32_t cell, std::size_t at) {
+        return bytes.data() + 4096 + sound->Reader().FieldAt(cell, at);
+    };
+    const std::uint32_t list = regf::Load32(field(At(*sound, u"A"), regf::nk::ValueListAt));
+    regf::Store32(field(list, 0), 8);  // its value is lost
+    const fs::path path = Put("SYSTEM", bytes);
+    const auto hive = HiveFile::Open(path);
+    Make(*hive, u"Early");
+    EXPECT_EQ(hive->Prepare(), SysError::Success);
+    EXPECT_EQ(Names().size(), 2U);
+    EXPECT_EQ(hive->SetValue(At(*hive, u"A"), u"new", 3, Pattern(10)), SysError::RegistryCorrupt);
+    EXPECT_THAT(Names(), ElementsAre("SYSTEM"));
+    EXPECT_EQ(hive->Commit(), SysError::Success);
+    const auto written = ReadFileBytes(path);
+    const auto memory = hive->Render();
+    ASSERT_EQ(written.size(), memory.size());
+    EXPECT_TRUE(std::equal(written.begin() + 4096, written.end(), memory.begin() + 4096));
 }
 
 TEST_F(HiveFileCommit, WhatIsAbandonedLeavesNothingBehindAndCanBeCommittedLater) {

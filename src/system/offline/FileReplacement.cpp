@@ -101,6 +101,13 @@ bool TakeTraits(int file, const std::filesystem::path& path) {
     return ownerKept && ::fchmod(file, status.st_mode & 07777) == 0;
 }
 
+// Nobody but us has the file open. To lend it is what the kernel refuses otherwise; a signal that would tell of
+// somebody who opens it meanwhile must be one that does nothing.
+bool IsOursAlone(int file) {
+    return ::fcntl(file, F_SETSIG, SIGURG) == 0 && ::fcntl(file, F_SETLEASE, F_WRLCK) == 0 &&
+           ::fcntl(file, F_SETLEASE, F_UNLCK) == 0;
+}
+
 }  // namespace
 
 Result<FileIdentity> ReadWhole(const std::filesystem::path& path, std::uint64_t limit,
@@ -197,13 +204,6 @@ bool FileReplacement::WriteNew(std::string_view bytes) {
     temporary_ = name;
     return TakeTraits(file.Number(), path_) && WriteAll(file.Number(), bytes) && ::fsync(file.Number()) == 0 &&
            file.Close();
-}
-
-// Nobody but us has the file open. To lend it is what the kernel refuses otherwise; a signal that would tell of
-// somebody who opens it meanwhile must be one that does nothing.
-bool IsOursAlone(int file) {
-    return ::fcntl(file, F_SETSIG, SIGURG) == 0 && ::fcntl(file, F_SETLEASE, F_WRLCK) == 0 &&
-           ::fcntl(file, F_SETLEASE, F_UNLCK) == 0;
 }
 
 // False when there is none, it is not what it was, or somebody still reads it; what is left of it is no use then.

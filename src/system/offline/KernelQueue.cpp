@@ -18,7 +18,7 @@ constexpr unsigned NoSuchTable = 0;
 open_how LookUp = {O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY, 0,
                    RESOLVE_BENEATH | RESOLVE_NO_SYMLINKS | RESOLVE_NO_MAGICLINKS | RESOLVE_NO_XDEV};
 
-constexpr std::uint64_t Cancellation = UINT64_MAX;
+constexpr std::uint64_t Cancellation = UINT64_MAX - 1;  // the last number is the library's own
 
 }  // namespace
 
