@@ -26,6 +26,7 @@
 #include "automation/Com.h"
 #include "automation/Connections.h"
 #include "automation/Convert.h"
+#include "automation/Counted.h"
 #include "automation/Dispatch.h"
 #include "automation/Guard.h"
 #include "automation/Identity.h"
@@ -40,11 +41,8 @@ struct NoEvents {};
 /// @tparam Coclass the class of the type library
 /// @tparam Events its event interface of the type library
 template <class Engine, class DualInterface, class Coclass, class Events = NoEvents>
-class Object : public DualInterface,
-               public ISupportErrorInfo,
-               public IProvideClassInfo2,
-               public IEngineObject,
-               public IConnectionPointContainer {
+class Object
+    : public Counted<DualInterface, ISupportErrorInfo, IProvideClassInfo2, IEngineObject, IConnectionPointContainer> {
     static constexpr bool HasEvents = !std::is_same_v<Events, NoEvents>;
 
 public:
@@ -54,8 +52,6 @@ public:
             sinks_ = SinksOf(thing_, __uuidof(Events));
         }
     }
-    Object(const Object&) = delete;
-    Object& operator=(const Object&) = delete;
 
     STDMETHODIMP QueryInterface(REFIID id, void** out) override {
         if (out == nullptr) {
@@ -75,16 +71,8 @@ public:
         } else {
             return E_NOINTERFACE;
         }
-        AddRef();
+        this->AddRef();
         return S_OK;
-    }
-    STDMETHODIMP_(ULONG) AddRef() override { return ++references_; }
-    STDMETHODIMP_(ULONG) Release() override {
-        const ULONG left = --references_;
-        if (left == 0) {
-            delete this;
-        }
-        return left;
     }
 
     STDMETHODIMP GetTypeInfoCount(UINT* count) override { return Answered(count, UINT{1}); }
@@ -152,8 +140,7 @@ public:
     }
 
 protected:
-    // Methods end by Release, never otherwise.
-    virtual ~Object() { LeaveObject(thing_.get(), __uuidof(DualInterface)); }
+    ~Object() override { LeaveObject(thing_.get(), __uuidof(DualInterface)); }
 
     /// The engine's object.
     [[nodiscard]] Engine& It() const { return *thing_; }
@@ -195,8 +182,6 @@ private:
         return S_OK;
     }
 
-    // One apartment: the count needs no lock.
-    ULONG references_ = 1;
     std::shared_ptr<Engine> thing_;
     std::shared_ptr<SinkList> sinks_;
 };
