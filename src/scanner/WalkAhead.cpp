@@ -41,20 +41,22 @@ void WalkAhead::Enter(std::string path) {
     }
 }
 
-bool WalkAhead::IsEntered(const Level& level, std::size_t index) {
+std::optional<std::string> WalkAhead::PathToEnter(const Level& level, std::size_t index) {
     platform::FolderAhead& files = *level.folder->files;
-    return files.KindOf(index) == Kind::Folder && MayBeEntered(files.Name(index), PathOf(level, index));
-}
-
-std::string WalkAhead::PathOf(const Level& level, std::size_t index) {
-    return level.folder->path + std::string(level.folder->files->Name(index));
+    if (files.KindOf(index) != Kind::Folder) {
+        return std::nullopt;
+    }
+    const std::string_view name = files.Name(index);
+    std::string path = level.folder->path;
+    path += name;
+    return MayBeEntered(name, path) ? std::optional(std::move(path)) : std::nullopt;
 }
 
 void WalkAhead::AskForFolders(Level& level) {
     platform::FolderAhead& files = *level.folder->files;
     level.askedTo = std::max(level.askedTo, level.next);
     for (; level.asked < FoldersAsked && level.askedTo < files.Count(); ++level.askedTo) {
-        if (IsEntered(level, level.askedTo)) {
+        if (PathToEnter(level, level.askedTo)) {
             files.WillBeEntered(level.askedTo);
             ++level.asked;
         }
@@ -79,12 +81,12 @@ bool WalkAhead::Next(AheadItem& item, bool slow) {
         }
         const std::size_t index = level.next++;
         if (level.enters) {
-            if (IsEntered(level, index)) {
+            if (auto path = PathToEnter(level, index)) {
                 level.asked -= index < level.askedTo && level.asked > 0 ? 1 : 0;
                 if (slow) {
                     AskForFolders(level);
                 }
-                Enter(PathOf(level, index));
+                Enter(*std::move(path));
                 ++entered;
             }
             continue;

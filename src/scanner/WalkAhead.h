@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -33,8 +34,8 @@ private:
     };
 
     void Enter(std::string path);
-    static std::string PathOf(const Level& level, std::size_t index);
-    static bool IsEntered(const Level& level, std::size_t index);
+    /// Nothing where the entry is no folder, or one that is not entered.
+    static std::optional<std::string> PathToEnter(const Level& level, std::size_t index);
     static void AskForFolders(Level& level);
 
     std::string pattern_;
