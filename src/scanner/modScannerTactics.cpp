@@ -132,14 +132,6 @@ void ListClasses(const Visit& visit) {
     }
 }
 
-std::string ClassServer(const std::string& entry) {
-    return modRegistry::ServerOfClass(entry);
-}
-
-std::string ClassFile(const std::string& entry) {
-    return modRegistry::GetFilePathFromCLSID(entry);
-}
-
 void ListStartupFiles(const Visit& visit) {
     for (const auto folderOf : {modFolderPaths::GetCommonStartupFolder, modFolderPaths::GetUserStartupFolder}) {
         if (const std::string folder = folderOf(); !folder.empty()) {
@@ -148,10 +140,6 @@ void ListStartupFiles(const Visit& visit) {
             }
         }
     }
-}
-
-std::string ShortcutFile(const std::string& entry) {
-    return modFiles::ShortcutTargetPath(entry);
 }
 
 void HelperScanCommonTacticsAutoRegistry(const Visit& visit, Hive hive, std::string_view key) {
@@ -168,10 +156,6 @@ void ListRunEntries(const Visit& visit) {
     for (const RunList& list : RunLists) {
         HelperScanCommonTacticsAutoRegistry(visit, list.hive, list.key);
     }
-}
-
-std::string RunFile(const std::string& entry) {
-    return FilePathFromRunEntry(entry);
 }
 
 // The value is a list of programs with a comma between two of them.
@@ -194,7 +178,7 @@ void ListWinlogonUserinit(const Visit& visit) {
     ListWinlogonValue(visit, "Userinit");
 }
 
-std::string WinlogonFile(const std::string& entry) {
+std::string WinlogonFile(std::string_view entry) {
     return ToText(modFolderPaths::ResolveFilePathEx(modHelper::GetFilePathFromPathWithCommand(entry)));
 }
 
@@ -202,14 +186,16 @@ struct Stage {
     std::string_view routine;  // its name in the log
     std::string_view text;     // its event
     void (*list)(const Visit&);
-    std::string (*file)(const std::string& entry);  // empty when there is none
+    std::string (*file)(std::string_view entry);  // empty when there is none
     // What `file` looks for, where it is not the entry's text.
-    std::string (*named)(const std::string& entry) = nullptr;
+    std::string (*named)(std::string_view entry) = nullptr;
     bool tested = true;
 };
+constexpr auto ClassFile = modRegistry::GetFilePathFromCLSID;
+constexpr auto ClassServer = modRegistry::ServerOfClass;
 constexpr Stage Stages[] = {
-    {"ScanCommonTacticsStartupFiles", "Scanning start up programs", ListStartupFiles, ShortcutFile},
-    {"ScanCommonTacticsAutoRegistry", "Scanning start up registry programs", ListRunEntries, RunFile},
+    {"ScanCommonTacticsStartupFiles", "Scanning start up programs", ListStartupFiles, modFiles::ShortcutTargetPath},
+    {"ScanCommonTacticsAutoRegistry", "Scanning start up registry programs", ListRunEntries, FilePathFromRunEntry},
     {"ScanCommonTacticsBHOs", "Scanning Browser Helper Objects (BHOs)", ListClasses<BHOs>, ClassFile, ClassServer},
     {"ScanCommonTacticsIEExtensions", "Scanning Internet Explorer Extensions", ListClasses<IEExtensions>, ClassFile,
      ClassServer},
