@@ -174,8 +174,7 @@ std::unique_ptr<FolderAhead> WindowsFiles::Ahead(std::string_view folder) {
     if (!path.ends_with('\\')) {
         path += '\\';
     }
-    const DWORD attributes = ::GetFileAttributesA(path.c_str());
-    const bool isFolder = attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+    const bool isFolder = (Attributes(path).ValueOr(0) & FILE_ATTRIBUTE_DIRECTORY) != 0;
     return isFolder ? std::make_unique<WindowsFolderAhead>(std::move(path)) : nullptr;
 }
 
