@@ -14,6 +14,7 @@
 #include "HostMachine.h"
 #include "offline/ReadRing.h"
 #include "support/EnvironmentVariable.h"
+#include "support/OpenDescriptors.h"
 
 namespace kel::test {
 namespace {
@@ -55,17 +56,10 @@ protected:
             all.append(reinterpret_cast<const char*>(buffer.data()), got);
         }
     }
-    [[nodiscard]] static std::size_t Descriptors() {
-        std::size_t count = 0;
-        for ([[maybe_unused]] const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
-            ++count;
-        }
-        return count;
-    }
     // Closings go their way beside us too.
     [[nodiscard]] static bool ComesDownTo(std::size_t descriptors) {
         for (int look = 0; look < 1000; ++look) {
-            if (Descriptors() <= descriptors) {
+            if (OpenDescriptors() <= descriptors) {
                 return true;
             }
             std::this_thread::sleep_for(std::chrono::milliseconds(5));
@@ -184,7 +178,7 @@ TEST_P(AheadFiles, OnesThatNobodyWaitsForLeaveNoDescriptor) {
     Settle();
     const auto folder = Folder();
     Open(*folder, "0");  // the way is there, with its own descriptor
-    const std::size_t before = Descriptors();
+    const std::size_t before = OpenDescriptors();
     for (int turn = 0; turn < 3; ++turn) {
         std::vector<std::unique_ptr<AheadFile>> files;
         std::vector<std::array<std::byte, 5000>> bytes(folder->Count());
@@ -201,7 +195,7 @@ TEST_P(AheadFiles, OnesThatNobodyWaitsForLeaveNoDescriptor) {
         files.clear();
         ASSERT_TRUE(IsOpen(Open(*folder, "1")));
     }
-    EXPECT_TRUE(ComesDownTo(before + 1)) << Descriptors() << " and " << before;
+    EXPECT_TRUE(ComesDownTo(before + 1)) << OpenDescriptors() << " and " << before;
 }
 
 TEST_P(AheadFiles, WithoutADescriptorLeftNoneIsOpened) {
@@ -220,7 +214,7 @@ TEST_P(AheadFiles, WithoutADescriptorLeftNoneIsOpened) {
         return opened;
     };
     ASSERT_TRUE(IsOpen(Open(*folder, "0")));
-    const std::size_t kept = Descriptors();
+    const std::size_t kept = OpenDescriptors();
     // First with enough of them: at the first call on a type the sanitizer takes descriptors of its own.
     ASSERT_EQ(howManyOpen(), 20U);
     ASSERT_TRUE(ComesDownTo(kept));

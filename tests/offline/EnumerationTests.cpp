@@ -10,6 +10,7 @@
 #include "HostMachine.h"
 #include "offline/OfflineFilesPattern.h"
 #include "offline/PathResolverSyntax.h"
+#include "support/OpenDescriptors.h"
 
 namespace kel::test {
 
@@ -226,14 +227,10 @@ TEST_F(Enumeration, AWalkOverManyFoldersHoldsFewOfThem) {
     for (int number = 0; number < 400; ++number) {
         Put(Root() / ("folder " + std::to_string(number)) / "sub" / "file");
     }
-    const auto descriptors = [] {
-        return std::distance(std::filesystem::directory_iterator("/proc/self/fd"),
-                             std::filesystem::directory_iterator());
-    };
     for (const std::string& folder : Names("C:\\*")) {
         EXPECT_EQ(Names("C:\\" + folder + "\\sub\\*").size(), 3U);
     }
-    EXPECT_LT(descriptors(), 100);
+    EXPECT_LT(OpenDescriptors(), 100U);
 }
 
 TEST_F(Enumeration, AFolderOf100000FilesIsCheap) {

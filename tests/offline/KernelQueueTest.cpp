@@ -10,12 +10,15 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <string>
 #include <vector>
 
+#include "support/OpenDescriptors.h"
+
 namespace kel::offline {
 namespace {
+
+using test::OpenDescriptors;
 
 constexpr unsigned AtMost = 128;
 
@@ -89,10 +92,6 @@ protected:
     HostFd File() const { return HostFd(open((folder / "file").c_str(), O_RDONLY | O_CLOEXEC)); }
     HostFd Parent() const { return HostFd(open(folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC)); }
     static bool IsOpen(int fd) { return fcntl(fd, F_GETFD) >= 0; }
-    static auto Descriptors() {
-        return std::distance(std::filesystem::directory_iterator("/proc/self/fd"),
-                             std::filesystem::directory_iterator());
-    }
     // Asks for as many files, each closed at once.
     int AskAndClose(KernelQueue& queue, int files) const {
         int taken = 0;
@@ -109,7 +108,7 @@ protected:
 };
 
 TEST_F(AskingTheKernel, FilesAndFoldersAreAskedForAndNothingStaysOpen) {
-    const auto before = Descriptors();
+    const auto before = OpenDescriptors();
     {
         KernelQueue queue;
         const HostFd parent = Parent();
@@ -120,14 +119,14 @@ TEST_F(AskingTheKernel, FilesAndFoldersAreAskedForAndNothingStaysOpen) {
         }
         EXPECT_EQ(taken > 0, Granted());
         EXPECT_LE(queue.Outstanding(), AtMost);
-        EXPECT_LE(Descriptors(), before + 2 + 2 + AtMost);
+        EXPECT_LE(OpenDescriptors(), before + 2 + 2 + AtMost);
     }
-    EXPECT_EQ(Descriptors(), before);
+    EXPECT_EQ(OpenDescriptors(), before);
 }
 
 TEST_F(AskingTheKernel, FoldersThatAreNotThereAreLinksOrHoldTheNameThatIsLookedForLeaveNothingOpen) {
     std::ofstream(folder / "sub" / "\x01") << "somebody's";
-    const auto before = Descriptors();
+    const auto before = OpenDescriptors();
     {
         KernelQueue queue;
         const HostFd parent = Parent();
@@ -136,7 +135,7 @@ TEST_F(AskingTheKernel, FoldersThatAreNotThereAreLinksOrHoldTheNameThatIsLookedF
         }
         queue.AskForFolder(-1, "sub");
     }
-    EXPECT_EQ(Descriptors(), before);
+    EXPECT_EQ(OpenDescriptors(), before);
 }
 
 TEST_F(AskingTheKernel, ARequestForAClosedDescriptorFailsInSilence) {
@@ -172,10 +171,10 @@ TEST_F(AskingTheKernel, AnOlderKernelIsAskedAgainWithoutWhatItDoesNotKnow) {
 
 TEST_F(AskingTheKernel, AKernelThatIsTooOldIsNotAsked) {
     faults.features = 0;
-    const auto before = Descriptors();
+    const auto before = OpenDescriptors();
     KernelQueue queue(Faulty);
     EXPECT_EQ(AskAndClose(queue, 40), 0);
-    EXPECT_EQ(Descriptors(), before);
+    EXPECT_EQ(OpenDescriptors(), before);
 }
 
 TEST_F(AskingTheKernel, AKernelThatRefusesIsNotAskedAgain) {
@@ -183,11 +182,11 @@ TEST_F(AskingTheKernel, AKernelThatRefusesIsNotAskedAgain) {
         faults = {};
         faults.submit = error;
         faults.submitFailures = 1000;
-        const auto before = Descriptors();
+        const auto before = OpenDescriptors();
         KernelQueue queue(Faulty);
         EXPECT_EQ(AskAndClose(queue, 40), Granted() ? 15 : 0) << "the sixteenth hands over, and fails";
         EXPECT_EQ(faults.submits, Granted() ? 1 : 0);
-        EXPECT_EQ(Descriptors(), before);
+        EXPECT_EQ(OpenDescriptors(), before);
     }
 }
 

@@ -3,13 +3,12 @@
 
 #include <algorithm>
 #include <chrono>
-#include <filesystem>
-#include <iterator>
 #include <random>
 #include <utility>
 
 #include "AheadTest.h"
 #include "catalogue/SignatureTable.h"
+#include "support/OpenDescriptors.h"
 #include "system/LookAhead.h"
 #include "system/modMD5.h"
 
@@ -248,13 +247,9 @@ TEST_F(ReadAhead, ARunOfFilesWithoutAHashIsPassed) {
     Settle();
     const Traces without = Run("0", [&] { WalkTop(); });
 #ifdef __linux__
-    const auto descriptors = [] {
-        return std::distance(std::filesystem::directory_iterator("/proc/self/fd"),
-                             std::filesystem::directory_iterator());
-    };
-    const auto before = descriptors();
-    auto most = before;
-    loop.call = [&] { most = std::max(most, descriptors()); };
+    const std::size_t before = OpenDescriptors();
+    std::size_t most = before;
+    loop.call = [&] { most = std::max(most, OpenDescriptors()); };
 #endif
     EXPECT_EQ(Run(nullptr, [&] { WalkTop(); }), without);
     loop.call = [] {};
